@@ -1,0 +1,2 @@
+set(FORMS_SOURCES
+)

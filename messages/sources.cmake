@@ -1,0 +1,2 @@
+set(MESSAGES_SOURCES
+)

@@ -1,0 +1,124 @@
+// A simulated UEFI firmware for host tests, benchmarks, fuzzers and tools.
+//
+// One Firmware object at a time is "the platform": it owns a system table
+// whose boot and runtime services are EFIAPI functions with the UEFI
+// specification's semantics and status codes, a handle database, pool and
+// page memory, variables, Simple File System volumes backed by host folders,
+// registered images, and a Framework HII database. Driver code sees nothing
+// but the system table, exactly as on real firmware.
+#pragma once
+
+#include "runtime/uefi.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sim {
+
+// Services that can be counted and made to fail.
+enum class Service {
+  AllocatePool, FreePool, AllocatePages, FreePages,
+  GetVariable, SetVariable, GetNextVariableName,
+  LocateHandle, HandleProtocol, LocateProtocol, LocateDevicePath,
+  InstallProtocolInterface, UninstallProtocolInterface,
+  LoadImage, StartImage, UnloadImage, Exit, SetWatchdogTimer,
+  OpenVolume, FileOpen, FileClose, FileRead, FileWrite,
+  FileGetPosition, FileSetPosition, FileGetInfo, FileFlush,
+  HiiExportDatabase,
+  Count
+};
+const char *ServiceName(Service S);
+
+// An image the simulated volumes can load by file name: its entry point
+// (called by StartImage) and the reset of its image-wide state, called by
+// LoadImage so that each load starts with fresh data, as firmware gives
+// every loaded image fresh .data and .bss.
+using ImageEntryPoint = EFI_STATUS (*)(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable);
+struct ImageDescriptor {
+  std::string FileName;  // base name, matched without case: "bioscfg.efi"
+  ImageEntryPoint Entry = nullptr;
+  void (*ResetState)() = nullptr;
+  EFI_MEMORY_TYPE DataType = EfiBootServicesData;
+};
+
+struct VariableRecord {
+  std::u16string Name;
+  EFI_GUID Guid{};
+  UINT32 Attributes = 0;
+  std::vector<uint8_t> Data;
+};
+
+class Firmware {
+ public:
+  Firmware();  // becomes the active platform; at most one at a time
+  ~Firmware();
+  Firmware(const Firmware &) = delete;
+  Firmware &operator=(const Firmware &) = delete;
+  static Firmware *Active();
+
+  EFI_SYSTEM_TABLE *SystemTable();
+  void SetRevision(UINT32 Revision);  // header revision of the system table
+
+  // Console output (ConOut->OutputString), as UTF-8 with each CHAR16 unit
+  // above 0x7F replaced by '?'.
+  std::string ConsoleText() const;
+  void ClearConsole();
+
+  // Handle database helpers for tests.
+  EFI_HANDLE InstallProtocol(EFI_HANDLE Handle, const EFI_GUID &Guid, void *Interface);
+  // The device I/O stand-in on a handle whose device path is only the end
+  // node; present by default, removable to test EFI_UNSUPPORTED.
+  void RemoveRootDeviceIo();
+  size_t HandleCount() const;
+
+  // Images.
+  void RegisterImage(const ImageDescriptor &Image);
+  // Loads an image by path ("fs0:\\bioscfg.efi", or a bare name found on
+  // fs0:) through the LoadImage boot service, as a Shell's `load` does.
+  EFI_STATUS LoadImageFile(const std::string &Path, EFI_HANDLE *Handle);
+  EFI_STATUS StartImage(EFI_HANDLE Image, EFI_STATUS *ExitStatus = nullptr);
+  EFI_STATUS UnloadImage(EFI_HANDLE Image);
+  // Load + start; the handle is returned even when the entry point failed.
+  EFI_STATUS LoadAndStart(const std::string &Path, EFI_HANDLE *Handle);
+
+  // Variables.
+  void PutVariable(const std::u16string &Name, const EFI_GUID &Guid, UINT32 Attributes,
+                   const std::vector<uint8_t> &Data);
+  std::optional<VariableRecord> FindVariable(const std::u16string &Name, const EFI_GUID &Guid) const;
+  std::vector<VariableRecord> Variables() const;
+  void ClearVariables();
+
+  // Volumes, numbered fs0:, fs1: ... in the order the UEFI Shell gives them.
+  // Returns the volume's handle.
+  EFI_HANDLE MountVolume(const std::string &HostFolder);
+
+  // Framework HII database: installs EFI_HII_PROTOCOL (the given GUID) on
+  // HandleCount new handles, each serving Export through ExportDatabase with
+  // the two-call size protocol.
+  void InstallHii(std::vector<uint8_t> Export, const EFI_GUID &ProtocolGuid, int HandleCount = 1);
+  void SetHiiExport(std::vector<uint8_t> Export);
+
+  // Call counters and fault injection.
+  uint64_t Calls(Service S) const;
+  void ResetCounters();
+  // The Nth call (1-based, counted from now) of S fails with Status.
+  void FailNthCall(Service S, uint64_t N, EFI_STATUS Status);
+  // Every AllocatePool/AllocatePages after the next N succeed fails.
+  void FailAllocationsAfter(uint64_t N);
+  void ClearFaults();
+
+  // Memory accounting: pool blocks and page runs currently allocated.
+  size_t LivePoolBlocks() const;
+  size_t LivePageRuns() const;
+
+  struct State;  // implementation
+
+ private:
+  std::unique_ptr<State> S;
+};
+
+}  // namespace sim
