@@ -9,6 +9,7 @@
 
 #include "runtime/uefi.h"
 #include <stdarg.h>
+#include <new>  // placement new only (freestanding)
 
 namespace crt {
 
