@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# Builds both homes and runs every test:
+#   1. build/       the UEFI images (bioscfg.efi, bioscfg.str) and the host suites
+#   2. build-asan/  the host suites again under AddressSanitizer + UBSan
+#   3. build-fuzz/  libFuzzer targets (clang), each run for a bounded time
+#   4. the benchmark, which prints figures (not a pass/fail test)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+root=$(pwd)
+jobs=$(nproc)
+fuzz_seconds=${FUZZ_SECONDS:-60}
+
+"$root/scripts/install-deps.sh"
+
+step() { printf '\n==== %s ====\n' "$*"; }
+logs=$(mktemp -d)
+trap 'rm -rf "$logs"' EXIT
+# Runs ctest in a build folder, keeping its output for the closing summary.
+run_ctest() {
+  local dir=$1 log=$logs/$(basename "$1").log
+  (cd "$dir" && ctest --output-on-failure -j"$jobs") 2>&1 | tee "$log"
+  return "${PIPESTATUS[0]}"
+}
+
+step "release build: UEFI images and host suites"
+cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build "$root/build" -j"$jobs"
+objdump -p "$root/build/bioscfg.efi" | grep -E 'Magic|Subsystem'
+run_ctest "$root/build"
+
+step "sanitizer build: host suites under ASan + UBSan"
+cmake -S "$root" -B "$root/build-asan" -DCMAKE_BUILD_TYPE=Debug -DBIOSCFG_SANITIZE=ON \
+  -DBIOSCFG_EFI_IMAGES=OFF -DBIOSCFG_BENCH=OFF >/dev/null
+cmake --build "$root/build-asan" -j"$jobs"
+ASAN_OPTIONS=detect_leaks=1 run_ctest "$root/build-asan"
+
+step "fuzz targets (${fuzz_seconds}s each)"
+CC=clang CXX=clang++ cmake -S "$root" -B "$root/build-fuzz" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DBIOSCFG_FUZZ=ON -DBIOSCFG_EFI_IMAGES=OFF -DBIOSCFG_TESTS=OFF >/dev/null
+cmake --build "$root/build-fuzz" -j"$jobs"
+"$root/fuzz/run_fuzz.sh" "$root/build-fuzz" "$fuzz_seconds"
+
+step "benchmark figures"
+"$root/bench/run_benchmarks.sh" "$root/build"
+
+# One closing line over both suites (ctest prints "... tests failed out of N").
+total=0; failed=0
+for log in "$logs"/*.log; do
+  line=$(grep -E 'tests passed, [0-9]+ tests failed out of [0-9]+' "$log" | tail -n 1)
+  n=$(echo "$line" | sed -E 's/.* out of ([0-9]+).*/\1/'); f=$(echo "$line" | sed -E 's/.*passed, ([0-9]+) tests failed.*/\1/')
+  total=$((total + n)); failed=$((failed + f))
+done
+echo
+echo "tests: $((total - failed)) passed, $failed failed"
