@@ -8,7 +8,8 @@ set(EFI_CXX_FLAGS
   -ffreestanding -fno-exceptions -fno-rtti -fno-threadsafe-statics -fno-use-cxa-atexit
   -fpic -fshort-wchar -mno-red-zone -maccumulate-outgoing-args
   -fno-stack-protector -fno-stack-check -fno-strict-aliasing -fno-merge-all-constants
-  -fno-asynchronous-unwind-tables -fno-builtin-malloc -fno-builtin-free)
+  -fno-asynchronous-unwind-tables -fno-builtin-malloc -fno-builtin-free
+  -fvisibility=hidden)
 
 function(efi_image NAME KIND)
   if(KIND STREQUAL "DRIVER")

@@ -2,9 +2,19 @@
 
 #include "runtime/crt.h"
 
+// gnu-efi's support library keeps its own image-wide state; a fresh image
+// starts with these values, and InitializeLib fills them in only once.
+extern "C" {
+extern BOOLEAN LibInitialized;
+extern EFI_UNICODE_COLLATION_INTERFACE *UnicodeInterface;
+extern EFI_UNICODE_COLLATION_INTERFACE LibStubUnicodeInterface;
+}
+
 constinit DriverImageState gImage = LoadTimeImageState();
 
 void ResetImageState() {
   gImage = LoadTimeImageState();
+  LibInitialized = FALSE;
+  UnicodeInterface = &LibStubUnicodeInterface;
   crt::ResetState();
 }

@@ -1,5 +1,13 @@
 set(DRIVER_SOURCES
   driver/image_state.cpp
+  driver/driver_entry.cpp
+  driver/bios_config_protocol.cpp
+  driver/last_error_text.cpp
+  driver/settings_engine.cpp
+  driver/session.cpp
+  driver/session_operations.cpp
+  driver/settings_operations.cpp
+  driver/reload_retry.cpp
 )
 # Only in the UEFI image: crt0's entry symbol.
 set(DRIVER_TARGET_SOURCES

@@ -38,6 +38,7 @@ void free(void *Block);
 // Page-granular memory below 4 GiB, tracked like the heap (freed by Shutdown).
 void *AllocateBelow4G(size_t Size);
 void FreeBelow4G(void *Block);
+// Heap blocks plus page runs currently held (what Shutdown would release).
 size_t LiveBlockCount();
 
 // new/delete through the runtime heap in both builds. Returns nullptr when the
@@ -91,10 +92,12 @@ size_t wcstombs(char *Dest, const CHAR16 *Src, size_t Max);
 size_t mbstowcs(CHAR16 *Dest, const char *Src, size_t Max);
 
 // ---- formatting ---------------------------------------------------------------
-// Conversions: %d %i %u %x %X %c %s %% with widths, precision on %s, flags
-// '-' and '0', length modifiers h hh l ll z. In the 8-bit family %s is an
+// Conversions: %d %i %u %o %x %X %c %s %p %% with widths and precisions
+// (digits or '*'), flags '-' '0' '+' ' ' '#', length modifiers h hh l ll z.
+// A NULL string prints "(null)". In the 8-bit family %s is an
 // 8-bit string and %ls a CHAR16 string; in the 16-bit family %s and %ls are
-// CHAR16 strings and %hs an 8-bit string. Return the length that the full
+// CHAR16 strings and %hs an 8-bit string; a CHAR16 string printed into 8-bit
+// output keeps each unit's low 8 bits. Return the length that the full
 // result has (8-bit) or the number written, -1 on overflow (16-bit), as C does.
 int vsnprintf(char *Dest, size_t Size, const char *Format, va_list Args);
 int snprintf(char *Dest, size_t Size, const char *Format, ...);

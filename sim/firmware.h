@@ -29,6 +29,7 @@ enum class Service {
   OpenVolume, FileOpen, FileClose, FileRead, FileWrite,
   FileGetPosition, FileSetPosition, FileGetInfo, FileFlush,
   HiiExportDatabase,
+  FileDelete, FileSetInfo,
   Count
 };
 const char *ServiceName(Service S);
@@ -68,22 +69,35 @@ class Firmware {
   std::string ConsoleText() const;
   void ClearConsole();
 
-  // Handle database helpers for tests.
+  // Handle database helpers for tests. InstallProtocol goes through the
+  // InstallProtocolInterface rules (nullptr Handle = a new handle); it
+  // returns the handle, or nullptr when the firmware refused.
   EFI_HANDLE InstallProtocol(EFI_HANDLE Handle, const EFI_GUID &Guid, void *Interface);
+  // The interface of Guid on Handle, or nullptr.
+  void *FindProtocol(EFI_HANDLE Handle, const EFI_GUID &Guid) const;
+  // Every handle carrying Guid, in creation order.
+  std::vector<EFI_HANDLE> HandlesWith(const EFI_GUID &Guid) const;
   // The device I/O stand-in on a handle whose device path is only the end
   // node; present by default, removable to test EFI_UNSUPPORTED.
   void RemoveRootDeviceIo();
+  EFI_HANDLE RootDeviceIoHandle() const;  // nullptr once removed
   size_t HandleCount() const;
 
   // Images.
   void RegisterImage(const ImageDescriptor &Image);
   // Loads an image by path ("fs0:\\bioscfg.efi", or a bare name found on
   // fs0:) through the LoadImage boot service, as a Shell's `load` does.
-  EFI_STATUS LoadImageFile(const std::string &Path, EFI_HANDLE *Handle);
-  EFI_STATUS StartImage(EFI_HANDLE Image, EFI_STATUS *ExitStatus = nullptr);
-  EFI_STATUS UnloadImage(EFI_HANDLE Image);
+  [[nodiscard]] EFI_STATUS LoadImageFile(const std::string &Path, EFI_HANDLE *Handle);
+  [[nodiscard]] EFI_STATUS StartImage(EFI_HANDLE Image, EFI_STATUS *ExitStatus = nullptr);
+  [[nodiscard]] EFI_STATUS UnloadImage(EFI_HANDLE Image);
   // Load + start; the handle is returned even when the entry point failed.
-  EFI_STATUS LoadAndStart(const std::string &Path, EFI_HANDLE *Handle);
+  [[nodiscard]] EFI_STATUS LoadAndStart(const std::string &Path, EFI_HANDLE *Handle);
+  // An image handle as if FilePath ("\\tools\\test.efi") had been loaded
+  // from Volume: EFI_LOADED_IMAGE_PROTOCOL and the loaded-image device path,
+  // no entry point. For code that needs "the running image" (the runtime).
+  EFI_HANDLE CreateLoadedImage(EFI_HANDLE Volume, const std::u16string &FilePath);
+  // Whether Image is a loaded image the firmware still knows.
+  bool IsImageLoaded(EFI_HANDLE Image) const;
 
   // Variables.
   void PutVariable(const std::u16string &Name, const EFI_GUID &Guid, UINT32 Attributes,
@@ -95,11 +109,15 @@ class Firmware {
   // Volumes, numbered fs0:, fs1: ... in the order the UEFI Shell gives them.
   // Returns the volume's handle.
   EFI_HANDLE MountVolume(const std::string &HostFolder);
+  size_t VolumeCount() const;
+  EFI_HANDLE VolumeHandle(size_t Index) const;  // nullptr when out of range
 
   // Framework HII database: installs EFI_HII_PROTOCOL (the given GUID) on
   // HandleCount new handles, each serving Export through ExportDatabase with
   // the two-call size protocol.
-  void InstallHii(std::vector<uint8_t> Export, const EFI_GUID &ProtocolGuid, int HandleCount = 1);
+  // Returns the new handles.
+  std::vector<EFI_HANDLE> InstallHii(std::vector<uint8_t> Export, const EFI_GUID &ProtocolGuid,
+                                     int HandleCount = 1);
   void SetHiiExport(std::vector<uint8_t> Export);
 
   // Call counters and fault injection.
@@ -111,9 +129,19 @@ class Firmware {
   void FailAllocationsAfter(uint64_t N);
   void ClearFaults();
 
-  // Memory accounting: pool blocks and page runs currently allocated.
+  // Memory accounting: pool blocks and page runs currently allocated, and
+  // the pool bytes now and at their highest since construction or ResetPeak.
   size_t LivePoolBlocks() const;
   size_t LivePageRuns() const;
+  size_t LivePoolBytes() const;
+  size_t PeakPoolBytes() const;
+  void ResetPeak();
+
+  // Platform services with no effect on the host, recorded for tests: the
+  // last SetWatchdogTimer timeout (nullopt before any call) and whether
+  // ResetSystem was called.
+  std::optional<UINTN> WatchdogTimeout() const;
+  bool ResetRequested() const;
 
   struct State;  // implementation
 

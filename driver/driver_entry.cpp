@@ -1,0 +1,90 @@
+#include "driver/driver_entry.h"
+
+#include "driver/bios_config_protocol.h"
+#include "driver/image_state.h"
+#include "runtime/crt.h"
+
+namespace {
+
+// EFI 1.10: older firmware lacks services the driver and its runtime use.
+constexpr UINT32 MINIMUM_SYSTEM_TABLE_REVISION = 0x0001000A;
+
+constinit EFI_GUID LoadedImageProtocolGuid = LOADED_IMAGE_PROTOCOL;
+constinit EFI_GUID DeviceIoProtocolGuid = DEVICE_IO_PROTOCOL;
+
+// A device path of only the end-of-entire-device-path node. The platforms
+// this driver serves publish their device I/O protocol on the handle of this
+// root path; without it the driver has nothing to work with.
+constinit EFI_DEVICE_PATH RootDevicePath = {END_DEVICE_PATH_TYPE, END_ENTIRE_DEVICE_PATH_SUBTYPE,
+                                            {END_DEVICE_PATH_LENGTH, 0}};
+
+// Old firmware: say so on the console and end the image. Exit does not
+// return on real firmware; the return covers one that does.
+EFI_STATUS RefuseOldFirmware(EFI_HANDLE ImageHandle) {
+  EFI_SYSTEM_TABLE &System = gImage.SystemTableCopy;
+  if (System.ConOut != nullptr) {
+    System.ConOut->OutputString(
+        System.ConOut, WMutable(const_cast<char16_t *>(u"Please start this image in EFI higher version \r\n")));
+  }
+  System.BootServices->Exit(ImageHandle, EFI_UNSUPPORTED, 0, nullptr);
+  return EFI_UNSUPPORTED;
+}
+
+bool AlreadyInstalled(EFI_BOOT_SERVICES *Boot) {
+  EFI_HANDLE Found[1] = {nullptr};
+  UINTN Size = sizeof Found;
+  // EFI_BUFFER_TOO_SMALL means several instances: installed all the same.
+  return Boot->LocateHandle(ByProtocol, &gBiosConfigProtocolGuid, nullptr, &Size, Found) !=
+         EFI_NOT_FOUND;
+}
+
+bool RootDeviceIoPresent(EFI_BOOT_SERVICES *Boot) {
+  EFI_DEVICE_PATH *Remaining = &RootDevicePath;
+  EFI_HANDLE Device = nullptr;
+  if (Boot->LocateDevicePath(&DeviceIoProtocolGuid, &Remaining, &Device) != EFI_SUCCESS) return false;
+  void *DeviceIo = nullptr;
+  if (Boot->HandleProtocol(Device, &DeviceIoProtocolGuid, &DeviceIo) != EFI_SUCCESS) return false;
+  return DeviceIo != nullptr;
+}
+
+}  // namespace
+
+EFI_STATUS DriverEntry(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable) {
+  // The driver and its libraries work from their own copy of the table.
+  gImage.SystemTableCopy = *SystemTable;
+  InitializeLib(ImageHandle, &gImage.SystemTableCopy);
+  if (gImage.SystemTableCopy.Hdr.Revision < MINIMUM_SYSTEM_TABLE_REVISION) {
+    return RefuseOldFirmware(ImageHandle);
+  }
+
+  EFI_BOOT_SERVICES *Boot = gImage.SystemTableCopy.BootServices;
+  if (AlreadyInstalled(Boot)) return EFI_ALREADY_STARTED;
+  if (!RootDeviceIoPresent(Boot)) return EFI_UNSUPPORTED;
+
+  EFI_LOADED_IMAGE *LoadedImage = nullptr;
+  if (Boot->HandleProtocol(ImageHandle, &LoadedImageProtocolGuid,
+                           reinterpret_cast<void **>(&LoadedImage)) != EFI_SUCCESS ||
+      LoadedImage == nullptr) {
+    return EFI_LOAD_ERROR;
+  }
+  LoadedImage->Unload = DriverUnload;
+
+  // A runtime that failed part of its start-up (say, the environment) still
+  // serves the protocol; the operations that need the missing part report
+  // their own failure, which a client can act on.
+  (void)crt::Startup(ImageHandle, &gImage.SystemTableCopy);
+
+  gImage.ImageHandle = ImageHandle;
+  return Boot->InstallProtocolInterface(&ImageHandle, &gBiosConfigProtocolGuid, EFI_NATIVE_INTERFACE,
+                                        &BiosConfigProtocolInterface);
+}
+
+EFI_STATUS EFIAPI DriverUnload(EFI_HANDLE ImageHandle) {
+  // With no session open this fails harmlessly; with one, it releases the
+  // engine and the catalog before the interface goes away.
+  (void)BiosConfigProtocolInterface.CloseSession(&BiosConfigProtocolInterface);
+  const EFI_STATUS Status = gImage.SystemTableCopy.BootServices->UninstallProtocolInterface(
+      ImageHandle, &gBiosConfigProtocolGuid, &BiosConfigProtocolInterface);
+  crt::Shutdown();
+  return Status;
+}

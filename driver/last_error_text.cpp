@@ -1,0 +1,124 @@
+#include "driver/last_error_text.h"
+
+#include "bioscfg_protocol.h"
+#include "driver/image_state.h"
+#include "runtime/crt.h"
+
+#include <stdarg.h>
+
+namespace {
+
+constexpr size_t MAX_TEXT_CHARS = LAST_ERROR_TEXT_CHARS - 1;
+
+CHAR16 *CurrentBuffer() { return gImage.ErrorText[gImage.CurrentErrorText & 1]; }
+
+// Appends to a buffer of LAST_ERROR_TEXT_CHARS characters, dropping what
+// does not fit and keeping it NUL-terminated.
+class TextSink {
+ public:
+  explicit TextSink(CHAR16 *Buffer) : Buffer(Buffer) { Buffer[0] = 0; }
+
+  void Put(CHAR16 C) {
+    if (Used >= MAX_TEXT_CHARS) return;
+    Buffer[Used++] = C;
+    Buffer[Used] = 0;
+  }
+  void PutNarrow(const char *Text) {
+    if (Text == nullptr) Text = "(null)";
+    const size_t Converted = crt::mbstowcs(Buffer + Used, Text, MAX_TEXT_CHARS - Used);
+    if (Converted != static_cast<size_t>(-1)) Used += Converted;
+    Buffer[Used] = 0;
+  }
+  void PutUnsigned(UINT32 Value) {
+    CHAR16 Digits[10];
+    int Count = 0;
+    do {
+      Digits[Count++] = static_cast<CHAR16>(u'0' + Value % 10);
+      Value /= 10;
+    } while (Value != 0);
+    while (Count > 0) Put(Digits[--Count]);
+  }
+  void PutSigned(INT32 Value) {
+    if (Value >= 0) return PutUnsigned(static_cast<UINT32>(Value));
+    Put(u'-');
+    // Negating in 32-bit unsigned arithmetic also covers INT32_MIN.
+    PutUnsigned(0u - static_cast<UINT32>(Value));
+  }
+
+ private:
+  CHAR16 *Buffer;
+  size_t Used = 0;
+};
+
+// True when Format holds an 8-bit string conversion: '%', 'h' and one more
+// character. Tokenises as the scan below does, so "%%hs" does not count.
+bool HasNarrowStringConversion(const CHAR16 *Format) {
+  for (const CHAR16 *P = Format; *P != 0; ++P) {
+    if (*P != u'%') continue;
+    if (P[1] == u'%') {
+      ++P;
+      continue;
+    }
+    if (P[1] == u'h' && P[2] != 0) return true;
+  }
+  return false;
+}
+
+void ExpandNarrowFormat(TextSink &Sink, const CHAR16 *Format, va_list Args) {
+  for (const CHAR16 *P = Format; *P != 0; ++P) {
+    if (*P != u'%') {
+      Sink.Put(*P);
+      continue;
+    }
+    const CHAR16 Next = P[1];
+    if (Next == u'%') {
+      Sink.Put(u'%');
+      ++P;
+    } else if (Next == u'd') {
+      Sink.PutSigned(static_cast<INT32>(va_arg(Args, int)));
+      ++P;
+    } else if (Next == u'u') {
+      Sink.PutUnsigned(static_cast<UINT32>(va_arg(Args, unsigned int)));
+      ++P;
+    } else if (Next == u'h' && P[2] != 0) {
+      Sink.PutNarrow(va_arg(Args, const char *));
+      P += 2;
+    } else {
+      // Not a conversion this scan knows (or "%h" at the very end): the
+      // per-cent sign stays, the characters after it follow as plain text.
+      Sink.Put(u'%');
+    }
+  }
+}
+
+}  // namespace
+
+CHAR16 *SetLastErrorText(const CHAR16 *Format, ...) {
+  if (Format == nullptr) return nullptr;
+  CHAR16 *Buffer = CurrentBuffer();
+  TextSink Sink(Buffer);
+  va_list Args;
+  va_start(Args, Format);
+  if (HasNarrowStringConversion(Format)) {
+    ExpandNarrowFormat(Sink, Format, Args);
+  } else {
+    // The formatter keeps what fit when the text is too long; the cut below
+    // makes that the first 511 characters.
+    (void)crt::vswprintf(Buffer, LAST_ERROR_TEXT_CHARS, Format, Args);
+  }
+  va_end(Args);
+  Buffer[MAX_TEXT_CHARS] = 0;
+  return Buffer;
+}
+
+EFI_STATUS TakeLastErrorText(CHAR16 **ErrorText) {
+  CHAR16 *HandedOut = CurrentBuffer();
+  *ErrorText = HandedOut;
+  gImage.CurrentErrorText ^= 1;
+  CurrentBuffer()[0] = 0;
+  if (HandedOut[0] == 0) {
+    *ErrorText = nullptr;
+    return BCFG_E_INVALID_PARAMETER;
+  }
+  return EFI_SUCCESS;
+}

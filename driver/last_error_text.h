@@ -1,0 +1,25 @@
+// The driver's last-error text: two 512-character buffers in gImage, one of
+// them current. SetLastErrorText fills the current one; the client's
+// GetLastErrorText hands it out and makes the other one current, so the text
+// it holds stays untouched until the client's next fetch.
+#pragma once
+
+#include "runtime/uefi.h"
+
+// Formats Format into the current buffer and returns that buffer; at most 511
+// characters are kept. A NULL Format (a catalog message that could not be
+// looked up) leaves the previous text in place and returns NULL.
+//
+// A format holding an 8-bit string conversion (%h followed by any character,
+// as in %hs) is expanded by a scan of its own that knows only %hs, "%d"
+// (signed 32-bit) and %u (unsigned 32-bit); in such a format "%%" gives one
+// '%', any other conversion is copied as it stands without taking an
+// argument, and a trailing "%h" is copied literally. Every other format goes
+// to the runtime's wide formatter (%ls/%s wide strings, %d, %u, %x ...).
+CHAR16 *SetLastErrorText(const CHAR16 *Format, ...);
+
+// Hands out the current text (the client's GetLastErrorText after its
+// session check): stores the buffer through ErrorText, makes the other
+// buffer current and empties it. An empty text gives NULL and
+// BCFG_E_INVALID_PARAMETER; otherwise EFI_SUCCESS.
+[[nodiscard]] EFI_STATUS TakeLastErrorText(CHAR16 **ErrorText);

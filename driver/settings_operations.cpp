@@ -1,0 +1,96 @@
+// The protocol operations that work on the setup questions.
+//
+// Each runs the session check and its own argument checks, then loads the
+// forms. The request lookup, the change steps and the INI export and import
+// are separate subsystems that are not part of this image yet; until they
+// are, each operation ends at the marked step with EFI_UNSUPPORTED.
+#include "driver/bios_config_protocol.h"
+#include "driver/last_error_text.h"
+#include "driver/reload_retry.h"
+#include "driver/session.h"
+#include "driver/settings_engine.h"
+
+namespace {
+
+// Session check, then the forms. EFI_SUCCESS with Engine set, or the status
+// to return.
+[[nodiscard]] EFI_STATUS PrepareForms(SettingsEngine **Engine) {
+  const EFI_STATUS Status = RequireSession();
+  if (Status != EFI_SUCCESS) return Status;
+  *Engine = SessionEngine();
+  return (*Engine)->EnsureFormsLoaded();
+}
+
+// Work steps for the reload-and-retry. Plug-in points of the change step
+// and of the INI import.
+EFI_STATUS ApplyFormSettingsPass(SettingsEngine &, void *) { return EFI_UNSUPPORTED; }
+EFI_STATUS ImportIniPass(SettingsEngine &, void *) { return EFI_UNSUPPORTED; }
+
+}  // namespace
+
+namespace BiosConfigOperations {
+
+// EFI_SUCCESS; BCFG_E_GENERAL_FAILURE (no session); BCFG_E_VARIABLE_ACCESS
+// (forms); BCFG_E_INVALID_PARAMETER (NULL list); BCFG_E_OUT_OF_MEMORY.
+EFI_STATUS EFIAPI GetSettings(BIOS_CONFIG_PROTOCOL *, BIOS_SETTING_REQUEST *Requests) {
+  SettingsEngine *Engine = nullptr;
+  const EFI_STATUS Status = PrepareForms(&Engine);
+  if (Status != EFI_SUCCESS) return Status;
+  if (Requests == nullptr) return BCFG_E_INVALID_PARAMETER;
+  return EFI_UNSUPPORTED;  // the lookup over the whole question list goes here
+}
+
+// As GetSettings, in form order.
+EFI_STATUS EFIAPI GetFormSettings(BIOS_CONFIG_PROTOCOL *, BIOS_SETTING_REQUEST *Requests) {
+  SettingsEngine *Engine = nullptr;
+  const EFI_STATUS Status = PrepareForms(&Engine);
+  if (Status != EFI_SUCCESS) return Status;
+  if (Requests == nullptr) return BCFG_E_INVALID_PARAMETER;
+  return EFI_UNSUPPORTED;  // the form-ordered lookup goes here
+}
+
+// EFI_SUCCESS; BCFG_E_GENERAL_FAILURE; BCFG_E_VARIABLE_ACCESS (forms or a
+// variable write); BCFG_E_INVALID_PARAMETER (NULL list); BCFG_E_OUT_OF_RANGE.
+EFI_STATUS EFIAPI SetSettings(BIOS_CONFIG_PROTOCOL *, BIOS_SETTING_VALUE *Values) {
+  SettingsEngine *Engine = nullptr;
+  const EFI_STATUS Status = PrepareForms(&Engine);
+  if (Status != EFI_SUCCESS) return Status;
+  if (Values == nullptr) return BCFG_E_INVALID_PARAMETER;
+  return EFI_UNSUPPORTED;  // the change step goes here (it never retries)
+}
+
+// As SetSettings, in form order, followed by the reload-and-retry.
+EFI_STATUS EFIAPI SetFormSettings(BIOS_CONFIG_PROTOCOL *, BIOS_SETTING_VALUE *Values) {
+  const EFI_STATUS Status = RequireSession();
+  if (Status != EFI_SUCCESS) return Status;
+  return RunWithReloadAndRetry(*SessionEngine(), ApplyFormSettingsPass, Values);
+}
+
+// EFI_SUCCESS; BCFG_E_GENERAL_FAILURE (no session, or a NULL name, refused
+// before the forms are touched); BCFG_E_VARIABLE_ACCESS (forms);
+// BCFG_E_INVALID_PARAMETER (the file can't be created).
+EFI_STATUS EFIAPI SaveSettingsToIni(BIOS_CONFIG_PROTOCOL *, CHAR8 *IniFileName) {
+  EFI_STATUS Status = RequireSession();
+  if (Status != EFI_SUCCESS) return Status;
+  if (IniFileName == nullptr) {
+    (void)SetLastErrorText(W(u"INI filename NULL before saving HII variables\n"));
+    return BCFG_E_GENERAL_FAILURE;
+  }
+  Status = SessionEngine()->EnsureFormsLoaded();
+  if (Status != EFI_SUCCESS) return Status;
+  return EFI_UNSUPPORTED;  // the INI export goes here
+}
+
+// EFI_SUCCESS; BCFG_E_GENERAL_FAILURE (no session or a NULL name);
+// BCFG_E_VARIABLE_ACCESS (forms); the import's BCFG_INI_E_* results.
+EFI_STATUS EFIAPI LoadSettingsFromIni(BIOS_CONFIG_PROTOCOL *, CHAR8 *IniFileName) {
+  const EFI_STATUS Status = RequireSession();
+  if (Status != EFI_SUCCESS) return Status;
+  if (IniFileName == nullptr) {
+    (void)SetLastErrorText(W(u"INI filename NULL before loading HII variables\n"));
+    return BCFG_E_GENERAL_FAILURE;
+  }
+  return RunWithReloadAndRetry(*SessionEngine(), ImportIniPass, IniFileName);
+}
+
+}  // namespace BiosConfigOperations

@@ -1,0 +1,44 @@
+#include "messages/catalog_access.h"
+
+#include "bioscfg_protocol.h"
+#include "driver/image_state.h"
+#include "driver/last_error_text.h"
+#include "messages/message_catalog.h"
+
+// Messages 7 and 8 are looked up in the very catalog that could not be
+// created or loaded, so they give no text and the last-error text keeps what
+// it held. That is deliberate: the client can read texts only through an
+// open session, and a built-in fallback would surface later as a stale text
+// that no longer matches the failure the client is looking at.
+
+MessageCatalogHolder::~MessageCatalogHolder() { DestroyMessageCatalog(); }
+
+MessageCatalog *GetMessageCatalog() {
+  if (gImage.Catalog != nullptr) return gImage.Catalog;
+
+  gImage.Catalog = crt::New<MessageCatalog>();
+  if (gImage.Catalog == nullptr) {
+    (void)SetLastErrorText(LookupMessage(MSG_CATALOG_NOT_CREATED));
+    return nullptr;
+  }
+  if (gImage.Catalog->Load(W(CATALOG_FILE_NAME), 0) != CATALOG_LOADED) {
+    (void)SetLastErrorText(LookupMessage(MSG_CATALOG_NOT_LOADED), W(CATALOG_FILE_NAME));
+    DestroyMessageCatalog();
+    return nullptr;
+  }
+  return gImage.Catalog;
+}
+
+EFI_STATUS LoadMessageCatalog() {
+  return GetMessageCatalog() != nullptr ? EFI_SUCCESS : BCFG_E_INVALID_PARAMETER;
+}
+
+const CHAR16 *LookupMessage(UINT32 Number) {
+  if (gImage.Catalog == nullptr) return nullptr;
+  return gImage.Catalog->GetMessage(Number);
+}
+
+void DestroyMessageCatalog() {
+  crt::Delete(gImage.Catalog);
+  gImage.Catalog = nullptr;
+}

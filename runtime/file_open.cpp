@@ -1,0 +1,91 @@
+// Opening files for streams (see file_open.h).
+#include "runtime/file_open.h"
+
+#include "runtime/crt.h"
+#include "runtime/file_names.h"
+#include "runtime/owners.h"
+#include "runtime/volumes.h"
+
+namespace crt::detail {
+
+namespace {
+
+// EFI_FILE_INFO plus a name; the info of a file with a longer name is
+// fetched into a buffer of the size the firmware asks for, up to this.
+constexpr UINTN MAX_FILE_INFO_BYTES = 0x10000;
+
+[[nodiscard]] EFI_STATUS ReadFileInfo(EFI_FILE_PROTOCOL *File, HeapPtr<EFI_FILE_INFO> &Info, UINTN &InfoSize) {
+  InfoSize = SIZE_OF_EFI_FILE_INFO + 256 * sizeof(CHAR16);
+  for (int Attempt = 0; Attempt < 2; ++Attempt) {
+    Info.Reset(static_cast<EFI_FILE_INFO *>(malloc(InfoSize)));
+    if (!Info) return EFI_OUT_OF_RESOURCES;
+    EFI_STATUS Status = File->GetInfo(File, &gEfiFileInfoGuid, &InfoSize, Info.Get());
+    if (Status != EFI_BUFFER_TOO_SMALL) return Status;
+    if (InfoSize > MAX_FILE_INFO_BYTES) return EFI_BAD_BUFFER_SIZE;
+  }
+  return EFI_BUFFER_TOO_SMALL;
+}
+
+[[nodiscard]] EFI_STATUS OpenOnRoot(EFI_FILE_PROTOCOL *Root, CHAR16 *Path, OpenMode Mode, FileHandle &File) {
+  UINT64 Flags = Mode == OpenMode::Read
+                     ? EFI_FILE_MODE_READ
+                     : EFI_FILE_MODE_READ | EFI_FILE_MODE_WRITE | EFI_FILE_MODE_CREATE;
+  return Root->Open(Root, File.Out(), Path, Flags, 0);
+}
+
+// Empties File: SetInfo with FileSize 0 where the file system allows it,
+// else delete and create it again.
+[[nodiscard]] EFI_STATUS Truncate(EFI_FILE_PROTOCOL *Root, CHAR16 *Path, FileHandle &File, EFI_FILE_INFO *Info,
+                                  UINTN InfoSize) {
+  if (Info->FileSize == 0) return EFI_SUCCESS;
+  Info->FileSize = 0;
+  if (!EFI_ERROR(File.Get()->SetInfo(File.Get(), &gEfiFileInfoGuid, InfoSize, Info))) return EFI_SUCCESS;
+  // Delete closes the handle whatever it returns.
+  EFI_STATUS Status = File.Get()->Delete(File.Release());
+  if (Status != EFI_SUCCESS) return EFI_ACCESS_DENIED;
+  return OpenOnRoot(Root, Path, OpenMode::Truncate, File);
+}
+
+}  // namespace
+
+bool ParseOpenMode(const char *Mode, OpenMode &Out) {
+  if (Mode == nullptr) return false;
+  if (Mode[0] == 'r') {
+    Out = OpenMode::Read;
+  } else if (Mode[0] == 'w') {
+    Out = OpenMode::Truncate;
+  } else if (Mode[0] == 'a') {
+    Out = OpenMode::Append;
+  } else {
+    return false;
+  }
+  return Mode[1] == '\0' || (Mode[1] == 'b' && Mode[2] == '\0');
+}
+
+EFI_STATUS OpenFile(const char *Name, OpenMode Mode, EFI_FILE_PROTOCOL **Opened) {
+  *Opened = nullptr;
+  ResolvedFileName Resolved;
+  EFI_STATUS Status = ResolveFileName(Name, Resolved);
+  if (EFI_ERROR(Status)) return Status;
+
+  FileHandle Root;
+  Status = OpenVolumeRoot(Resolved.Volume, Root.Out());
+  if (EFI_ERROR(Status)) return Status;
+  FileHandle File;
+  Status = OpenOnRoot(Root.Get(), Resolved.Path.Get(), Mode, File);
+  if (EFI_ERROR(Status)) return Status;
+
+  HeapPtr<EFI_FILE_INFO> Info;
+  UINTN InfoSize = 0;
+  Status = ReadFileInfo(File.Get(), Info, InfoSize);
+  if (EFI_ERROR(Status)) return Status;
+  if ((Info.Get()->Attribute & EFI_FILE_DIRECTORY) != 0) return EFI_ACCESS_DENIED;
+  if (Mode == OpenMode::Truncate) {
+    Status = Truncate(Root.Get(), Resolved.Path.Get(), File, Info.Get(), InfoSize);
+    if (EFI_ERROR(Status)) return Status;
+  }
+  *Opened = File.Release();
+  return EFI_SUCCESS;
+}
+
+}  // namespace crt::detail

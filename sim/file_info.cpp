@@ -1,0 +1,152 @@
+// GetInfo and SetInfo: EFI_FILE_INFO for every handle, EFI_FILE_SYSTEM_INFO
+// and the volume label for any handle of a volume.
+#include "sim/file_handle.h"
+#include "sim/text.h"
+
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <ctime>
+
+namespace sim {
+namespace {
+
+const char16_t VOLUME_LABEL[] = u"SIMVOL";
+
+EFI_TIME ToEfiTime(time_t Seconds) {
+  struct tm Parts {};
+  gmtime_r(&Seconds, &Parts);
+  EFI_TIME Time{};
+  Time.Year = static_cast<UINT16>(Parts.tm_year + 1900);
+  Time.Month = static_cast<UINT8>(Parts.tm_mon + 1);
+  Time.Day = static_cast<UINT8>(Parts.tm_mday);
+  Time.Hour = static_cast<UINT8>(Parts.tm_hour);
+  Time.Minute = static_cast<UINT8>(Parts.tm_min);
+  Time.Second = static_cast<UINT8>(Parts.tm_sec);
+  Time.TimeZone = EFI_UNSPECIFIED_TIMEZONE;
+  return Time;
+}
+
+// Copies Info out with the two-call size protocol.
+EFI_STATUS HandOut(const std::vector<uint8_t> &Info, UINTN *BufferSize, VOID *Buffer) {
+  const UINTN Available = *BufferSize;
+  *BufferSize = Info.size();
+  if (Available < Info.size()) return EFI_BUFFER_TOO_SMALL;
+  if (Buffer == nullptr) return EFI_INVALID_PARAMETER;
+  std::memcpy(Buffer, Info.data(), Info.size());
+  return EFI_SUCCESS;
+}
+
+std::vector<uint8_t> BuildFileSystemInfo(const OpenFile &File) {
+  struct statvfs Volume {};
+  const bool Known = statvfs(File.Owner->Folder.c_str(), &Volume) == 0;
+  const size_t Label = sizeof VOLUME_LABEL;
+  std::vector<uint8_t> Out(SIZE_OF_EFI_FILE_SYSTEM_INFO + Label, 0);
+  auto *Info = reinterpret_cast<EFI_FILE_SYSTEM_INFO *>(Out.data());
+  Info->Size = Out.size();
+  Info->ReadOnly = FALSE;
+  Info->BlockSize = 512;
+  Info->VolumeSize = Known ? static_cast<UINT64>(Volume.f_blocks) * Volume.f_frsize : 0;
+  Info->FreeSpace = Known ? static_cast<UINT64>(Volume.f_bavail) * Volume.f_frsize : 0;
+  std::memcpy(Out.data() + SIZE_OF_EFI_FILE_SYSTEM_INFO, VOLUME_LABEL, Label);
+  return Out;
+}
+
+std::vector<uint8_t> BuildVolumeLabel() {
+  std::vector<uint8_t> Out(sizeof VOLUME_LABEL);
+  std::memcpy(Out.data(), VOLUME_LABEL, sizeof VOLUME_LABEL);
+  return Out;
+}
+
+EFI_STATUS Rename(OpenFile &File, const std::u16string &NewName) {
+  if (File.IsRoot()) return EFI_ACCESS_DENIED;
+  // Moves to another folder are not simulated.
+  if (NewName.empty() || NewName.find(u'\\') != std::u16string::npos) return EFI_UNSUPPORTED;
+  std::vector<std::string> Target = File.Components;
+  Target.back() = ToUtf8(NewName);
+  std::string TargetPath = File.Owner->Folder;
+  for (const std::string &Part : Target) TargetPath += "/" + Part;
+  struct stat Existing {};
+  if (stat(TargetPath.c_str(), &Existing) == 0) return EFI_ACCESS_DENIED;
+  if (rename(File.HostPath().c_str(), TargetPath.c_str()) != 0) return EFI_DEVICE_ERROR;
+  File.Components = std::move(Target);
+  return EFI_SUCCESS;
+}
+
+EFI_STATUS SetFileInfo(OpenFile &File, UINTN BufferSize, const VOID *Buffer) {
+  if (Buffer == nullptr || BufferSize < SIZE_OF_EFI_FILE_INFO + sizeof(CHAR16)) return EFI_BAD_BUFFER_SIZE;
+  const auto *Info = static_cast<const EFI_FILE_INFO *>(Buffer);
+  if (Info->Size < SIZE_OF_EFI_FILE_INFO + sizeof(CHAR16) || Info->Size > BufferSize) return EFI_BAD_BUFFER_SIZE;
+  std::u16string Name;
+  const auto *Units = reinterpret_cast<const uint8_t *>(Buffer) + SIZE_OF_EFI_FILE_INFO;
+  const size_t MaxUnits = (Info->Size - SIZE_OF_EFI_FILE_INFO) / sizeof(CHAR16);
+  bool Terminated = false;
+  for (size_t Index = 0; Index < MaxUnits && !Terminated; ++Index) {
+    const char16_t Unit = static_cast<char16_t>(Units[2 * Index] | (Units[2 * Index + 1] << 8));
+    if (Unit == 0) Terminated = true;
+    else Name.push_back(Unit);
+  }
+  if (!Terminated) return EFI_BAD_BUFFER_SIZE;
+  if (!File.Writable) return EFI_ACCESS_DENIED;
+  if (((Info->Attribute & EFI_FILE_DIRECTORY) != 0) != File.Directory) return EFI_ACCESS_DENIED;
+  if ((Info->Attribute & ~static_cast<UINT64>(EFI_FILE_VALID_ATTR)) != 0) return EFI_INVALID_PARAMETER;
+
+  if (File.Directory && Info->FileSize != 0) return EFI_ACCESS_DENIED;
+  if (!File.Directory && ftruncate(File.Descriptor, static_cast<off_t>(Info->FileSize)) != 0) return EFI_DEVICE_ERROR;
+  const std::u16string Current = File.IsRoot() ? u"" : FromUtf8(File.Components.back());
+  if (Name != Current && !(File.IsRoot() && (Name.empty() || Name == u"\\"))) return Rename(File, Name);
+  return EFI_SUCCESS;
+}
+
+}  // namespace
+
+std::vector<uint8_t> BuildFileInfo(const std::string &HostPath, const std::u16string &Name) {
+  struct stat Status {};
+  if (stat(HostPath.c_str(), &Status) != 0) return {};
+  std::vector<uint8_t> Out(SIZE_OF_EFI_FILE_INFO + (Name.size() + 1) * sizeof(CHAR16), 0);
+  auto *Info = reinterpret_cast<EFI_FILE_INFO *>(Out.data());
+  const bool Directory = S_ISDIR(Status.st_mode);
+  Info->Size = Out.size();
+  Info->FileSize = Directory ? 0 : static_cast<UINT64>(Status.st_size);
+  Info->PhysicalSize = (Info->FileSize + 511) / 512 * 512;
+  Info->CreateTime = ToEfiTime(Status.st_mtime);
+  Info->LastAccessTime = ToEfiTime(Status.st_atime);
+  Info->ModificationTime = ToEfiTime(Status.st_mtime);
+  Info->Attribute = Directory ? EFI_FILE_DIRECTORY : EFI_FILE_ARCHIVE;
+  if ((Status.st_mode & S_IWUSR) == 0) Info->Attribute |= EFI_FILE_READ_ONLY;
+  std::memcpy(Out.data() + SIZE_OF_EFI_FILE_INFO, Name.data(), Name.size() * sizeof(CHAR16));
+  return Out;
+}
+
+EFI_STATUS EFIAPI FileGetInfo(EFI_FILE_PROTOCOL *This, EFI_GUID *InformationType, UINTN *BufferSize, VOID *Buffer) {
+  State &S = ActiveState();
+  const EFI_STATUS Injected = S.Enter(Service::FileGetInfo);
+  if (Injected != EFI_SUCCESS) return Injected;
+  OpenFile *File = FileFromProtocol(S, This);
+  if (File == nullptr || InformationType == nullptr || BufferSize == nullptr) return EFI_INVALID_PARAMETER;
+  if (SameGuid(*InformationType, gEfiFileInfoGuid)) {
+    const std::u16string Name = File->IsRoot() ? u"" : FromUtf8(File->Components.back());
+    const std::vector<uint8_t> Info = BuildFileInfo(File->HostPath(), Name);
+    if (Info.empty()) return EFI_DEVICE_ERROR;
+    return HandOut(Info, BufferSize, Buffer);
+  }
+  if (SameGuid(*InformationType, gEfiFileSystemInfoGuid)) return HandOut(BuildFileSystemInfo(*File), BufferSize, Buffer);
+  if (SameGuid(*InformationType, gEfiFileSystemVolumeLabelInfoIdGuid)) return HandOut(BuildVolumeLabel(), BufferSize, Buffer);
+  return EFI_UNSUPPORTED;
+}
+
+EFI_STATUS EFIAPI FileSetInfo(EFI_FILE_PROTOCOL *This, EFI_GUID *InformationType, UINTN BufferSize, VOID *Buffer) {
+  State &S = ActiveState();
+  const EFI_STATUS Injected = S.Enter(Service::FileSetInfo);
+  if (Injected != EFI_SUCCESS) return Injected;
+  OpenFile *File = FileFromProtocol(S, This);
+  if (File == nullptr || InformationType == nullptr) return EFI_INVALID_PARAMETER;
+  if (SameGuid(*InformationType, gEfiFileInfoGuid)) return SetFileInfo(*File, BufferSize, Buffer);
+  if (SameGuid(*InformationType, gEfiFileSystemInfoGuid) || SameGuid(*InformationType, gEfiFileSystemVolumeLabelInfoIdGuid))
+    return EFI_WRITE_PROTECTED;
+  return EFI_UNSUPPORTED;
+}
+
+}  // namespace sim

@@ -1,0 +1,160 @@
+// Simple File System volumes: the open rules of the reference FAT driver,
+// positions and append, directory listings and file information.
+#include "tests/sim/platform_helpers.h"
+#include "tests/support/sim_fixture.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+std::string Slurp(const std::string &Path) {
+  std::ifstream In(Path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(In), {});
+}
+
+class FileSystemTest : public PlatformTest {
+ protected:
+  TempFolder Folder;
+  EFI_FILE_PROTOCOL *Root = nullptr;
+
+  void SetUp() override {
+    std::filesystem::create_directories(Folder.Path() + "/Tools/Sub");
+    std::ofstream(Folder.Path() + "/Tools/Hello.txt") << "hello";
+    EFI_HANDLE Volume = Fw.MountVolume(Folder.Path());
+    EFI_SIMPLE_FILE_SYSTEM_PROTOCOL *FileSystem = nullptr;
+    ASSERT_EQ(BS()->HandleProtocol(Volume, &gEfiSimpleFileSystemProtocolGuid, reinterpret_cast<void **>(&FileSystem)),
+              EFI_SUCCESS);
+    ASSERT_EQ(FileSystem->OpenVolume(FileSystem, &Root), EFI_SUCCESS);
+  }
+  void TearDown() override {
+    if (Root != nullptr) {
+      EXPECT_EQ(Root->Close(Root), EFI_SUCCESS);
+    }
+  }
+
+  EFI_STATUS Open(EFI_FILE_PROTOCOL *From, std::u16string Name, UINT64 Mode, EFI_FILE_PROTOCOL **File,
+                  UINT64 Attributes = 0) {
+    *File = nullptr;
+    return From->Open(From, File, Wide(Name), Mode, Attributes);
+  }
+};
+
+constexpr UINT64 R = EFI_FILE_MODE_READ;
+constexpr UINT64 RW = EFI_FILE_MODE_READ | EFI_FILE_MODE_WRITE;
+constexpr UINT64 RWC = EFI_FILE_MODE_READ | EFI_FILE_MODE_WRITE | EFI_FILE_MODE_CREATE;
+
+TEST_F(FileSystemTest, OpenRules) {
+  struct Case {
+    std::u16string Name;
+    UINT64 Mode;
+    EFI_STATUS Expected;
+  };
+  const Case Cases[] = {
+      {u"\\tools\\hello.TXT", R, EFI_SUCCESS},                   // names compare without case
+      {u"tools\\sub\\..\\.\\hello.txt", RW, EFI_SUCCESS},         // "." and ".."
+      {u"\\\\tools\\\\hello.txt", R, EFI_SUCCESS},               // doubled separators
+      {u"\\tools\\hello.txt", EFI_FILE_MODE_WRITE, EFI_INVALID_PARAMETER},  // WRITE without READ
+      {u"\\tools\\hello.txt", EFI_FILE_MODE_READ | EFI_FILE_MODE_CREATE, EFI_INVALID_PARAMETER},
+      {u"tools/hello.txt", R, EFI_INVALID_PARAMETER},            // '/' is not a separator
+      {u"\\missing\\new.txt", RWC, EFI_NOT_FOUND},               // CREATE makes only the last part
+      {u"\\tools\\absent.txt", R, EFI_NOT_FOUND},
+      {u"..", R, EFI_NOT_FOUND},                                 // above the root
+      {u"\\tools\\a*b", RWC, EFI_INVALID_PARAMETER},
+  };
+  for (const Case &C : Cases) {
+    EFI_FILE_PROTOCOL *File = nullptr;
+    EXPECT_EQ(Open(Root, C.Name, C.Mode, &File), C.Expected) << std::string(C.Name.begin(), C.Name.end());
+    if (File != nullptr) {
+      EXPECT_EQ(File->Close(File), EFI_SUCCESS);
+    }
+  }
+  EXPECT_FALSE(std::filesystem::exists(Folder.Path() + "/missing"));
+}
+
+TEST_F(FileSystemTest, RelativeNamesResolveFromTheDirectoryHandle) {
+  EFI_FILE_PROTOCOL *Tools = nullptr;
+  ASSERT_EQ(Open(Root, u"TOOLS", R, &Tools), EFI_SUCCESS);
+  EFI_FILE_PROTOCOL *Hello = nullptr;
+  ASSERT_EQ(Open(Tools, u"hello.txt", R, &Hello), EFI_SUCCESS);
+  EFI_FILE_PROTOCOL *Again = nullptr;
+  EXPECT_EQ(Open(Hello, u"other", R, &Again), EFI_NOT_FOUND) << "a file handle is no folder";
+  EXPECT_EQ(Open(Tools, u"\\tools\\sub", R, &Again), EFI_SUCCESS) << "root-relative from anywhere";
+  EXPECT_EQ(Again->Close(Again), EFI_SUCCESS);
+  EXPECT_EQ(Hello->Close(Hello), EFI_SUCCESS);
+  EXPECT_EQ(Tools->Close(Tools), EFI_SUCCESS);
+}
+
+TEST_F(FileSystemTest, WritesAppendAndTruncate) {
+  EFI_FILE_PROTOCOL *File = nullptr;
+  ASSERT_EQ(Open(Root, u"\\tools\\hello.txt", RW, &File), EFI_SUCCESS);
+  ASSERT_EQ(File->SetPosition(File, 0xFFFFFFFFFFFFFFFFull), EFI_SUCCESS);
+  UINT64 Position = 0;
+  ASSERT_EQ(File->GetPosition(File, &Position), EFI_SUCCESS);
+  EXPECT_EQ(Position, 5u);
+  char More[] = " world";
+  UINTN Size = 6;
+  ASSERT_EQ(File->Write(File, &Size, More), EFI_SUCCESS);
+  EXPECT_EQ(Slurp(Folder.Path() + "/Tools/Hello.txt"), "hello world") << "the host sees writes";
+
+  char Buffer[32] = {};
+  Size = sizeof Buffer;
+  ASSERT_EQ(File->Read(File, &Size, Buffer), EFI_SUCCESS);
+  EXPECT_EQ(Size, 0u) << "reading at the end gives 0 bytes";
+  ASSERT_EQ(File->SetPosition(File, 20), EFI_SUCCESS);
+  Size = sizeof Buffer;
+  EXPECT_EQ(File->Read(File, &Size, Buffer), EFI_DEVICE_ERROR) << "reading beyond the end";
+
+  UINTN InfoSize = 0;
+  ASSERT_EQ(File->GetInfo(File, &gEfiFileInfoGuid, &InfoSize, nullptr), EFI_BUFFER_TOO_SMALL);
+  std::vector<uint8_t> InfoBytes(InfoSize);
+  ASSERT_EQ(File->GetInfo(File, &gEfiFileInfoGuid, &InfoSize, InfoBytes.data()), EFI_SUCCESS);
+  auto *Info = reinterpret_cast<EFI_FILE_INFO *>(InfoBytes.data());
+  EXPECT_EQ(Info->FileSize, 11u);
+  EXPECT_EQ(std::u16string(reinterpret_cast<char16_t *>(Info->FileName)), u"Hello.txt");
+  Info->FileSize = 4;
+  ASSERT_EQ(File->SetInfo(File, &gEfiFileInfoGuid, InfoSize, InfoBytes.data()), EFI_SUCCESS);
+  EXPECT_EQ(Slurp(Folder.Path() + "/Tools/Hello.txt"), "hell");
+  EXPECT_EQ(File->Close(File), EFI_SUCCESS);
+}
+
+TEST_F(FileSystemTest, ReadOnlyHandlesRefuseChanges) {
+  EFI_FILE_PROTOCOL *File = nullptr;
+  ASSERT_EQ(Open(Root, u"\\tools\\hello.txt", R, &File), EFI_SUCCESS);
+  char Byte = 'x';
+  UINTN Size = 1;
+  EXPECT_EQ(File->Write(File, &Size, &Byte), EFI_ACCESS_DENIED);
+  EXPECT_EQ(File->Flush(File), EFI_ACCESS_DENIED);
+  EXPECT_EQ(File->Delete(File), EFI_WARN_DELETE_FAILURE) << "closes the handle all the same";
+  EXPECT_EQ(Slurp(Folder.Path() + "/Tools/Hello.txt"), "hello");
+}
+
+TEST_F(FileSystemTest, CreateListAndDelete) {
+  EFI_FILE_PROTOCOL *Created = nullptr;
+  ASSERT_EQ(Open(Root, u"\\tools\\new.ini", RWC, &Created), EFI_SUCCESS);
+  EXPECT_EQ(Created->Delete(Created), EFI_SUCCESS);
+  EXPECT_FALSE(std::filesystem::exists(Folder.Path() + "/Tools/new.ini"));
+  EFI_FILE_PROTOCOL *Made = nullptr;
+  ASSERT_EQ(Open(Root, u"\\tools\\made", RWC, &Made, EFI_FILE_DIRECTORY), EFI_SUCCESS);
+  EXPECT_TRUE(std::filesystem::is_directory(Folder.Path() + "/Tools/made"));
+  EXPECT_EQ(Made->Close(Made), EFI_SUCCESS);
+
+  EFI_FILE_PROTOCOL *Tools = nullptr;
+  ASSERT_EQ(Open(Root, u"\\tools", R, &Tools), EFI_SUCCESS);
+  std::vector<std::u16string> Names;
+  for (int Entry = 0; Entry < 10; ++Entry) {
+    UINTN Size = 0;
+    EFI_STATUS Status = Tools->Read(Tools, &Size, nullptr);
+    if (Status == EFI_SUCCESS && Size == 0) break;
+    ASSERT_EQ(Status, EFI_BUFFER_TOO_SMALL);
+    std::vector<uint8_t> Info(Size);
+    ASSERT_EQ(Tools->Read(Tools, &Size, Info.data()), EFI_SUCCESS);
+    Names.emplace_back(reinterpret_cast<char16_t *>(reinterpret_cast<EFI_FILE_INFO *>(Info.data())->FileName));
+  }
+  EXPECT_EQ(Names, (std::vector<std::u16string>{u".", u"..", u"Hello.txt", u"Sub", u"made"}));
+  EXPECT_EQ(Tools->SetPosition(Tools, 1), EFI_UNSUPPORTED);
+  EXPECT_EQ(Tools->Close(Tools), EFI_SUCCESS);
+}
+
+}  // namespace

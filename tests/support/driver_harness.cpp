@@ -1,0 +1,136 @@
+#include "tests/support/driver_harness.h"
+
+#include "sim/bioscfg_image.h"
+#include "tools/strc/catalog_image.h"
+#include "tools/strc/catalog_source.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace fs = std::filesystem;
+
+const EFI_GUID kShellVariableGuid = {
+    0x158DEF5A, 0xF656, 0x419C, {0xB0, 0x27, 0x7A, 0x31, 0x92, 0xC0, 0x79, 0xD2}};
+const EFI_GUID kFrameworkHiiProtocolGuid = {
+    0xEA816D2C, 0xCEE5, 0x4F02, {0x99, 0xB5, 0xD3, 0x90, 0x5C, 0xBB, 0xD0, 0x77}};
+
+namespace {
+
+// The repository root, found from this file's own path (CMake compiles it
+// by absolute path).
+fs::path SourceRoot() { return fs::path(__FILE__).parent_path().parent_path().parent_path(); }
+
+std::string MakeTempFolder() {
+  std::string Pattern = (fs::temp_directory_path() / "bioscfg-driver-XXXXXX").string();
+  if (mkdtemp(Pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
+  return Pattern;
+}
+
+}  // namespace
+
+const std::vector<std::u16string> &DriverMessages() {
+  static const std::vector<std::u16string> Messages = [] {
+    std::ifstream In(SourceRoot() / "messages" / "bioscfg.messages", std::ios::binary);
+    std::stringstream Text;
+    Text << In.rdbuf();
+    strc::SourceParseResult Parsed = strc::ParseCatalogSource(Text.str());
+    if (!Parsed.Ok) throw std::runtime_error("bioscfg.messages: " + Parsed.Error);
+    return Parsed.Messages;
+  }();
+  return Messages;
+}
+
+std::vector<uint8_t> DriverCatalogImage() { return strc::BuildCatalogImage(DriverMessages()); }
+
+std::vector<uint8_t> EmptyHiiExport() { return std::vector<uint8_t>(18, 0); }
+
+void DriverTest::SetUp() {
+  Firmware = std::make_unique<sim::Firmware>();
+  Volume = MakeTempFolder();
+  fs::create_directories(ToolsDir());
+  Fw().MountVolume(Volume);
+  PlaceCatalog();
+  SetTorvelPath(u"fs0:\\tools");
+  Fw().RegisterImage(sim::BioscfgImage());
+  PreparePlatform();
+  ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
+}
+
+void DriverTest::TearDown() {
+  if (Driver != nullptr) {
+    EXPECT_EQ(UnloadDriver(), EFI_SUCCESS);
+  }
+  EXPECT_EQ(Fw().LivePoolBlocks(), 0u) << "pool blocks left after the driver unloaded";
+  EXPECT_EQ(Fw().LivePageRuns(), 0u) << "pages left after the driver unloaded";
+  Firmware.reset();
+  std::error_code Ignored;
+  fs::remove_all(Volume, Ignored);
+}
+
+std::u16string DriverTest::ErrorText() {
+  if (Protocol == nullptr) return {};
+  CHAR16 *Text = nullptr;
+  if (Protocol->GetLastErrorText(Protocol, &Text) != EFI_SUCCESS || Text == nullptr) return {};
+  return std::u16string(reinterpret_cast<const char16_t *>(Text));
+}
+
+EFI_STATUS DriverTest::LoadDriver() {
+  Protocol = nullptr;
+  EFI_HANDLE Handle = nullptr;
+  const EFI_STATUS Status = Fw().LoadAndStart("fs0:\\tools\\bioscfg.efi", &Handle);
+  if (Status != EFI_SUCCESS) return Status;
+  Driver = Handle;
+  EFI_GUID Guid = BIOS_CONFIG_PROTOCOL_GUID;
+  void *Interface = nullptr;
+  const EFI_STATUS Found = Fw().SystemTable()->BootServices->LocateProtocol(&Guid, nullptr, &Interface);
+  EXPECT_EQ(Found, EFI_SUCCESS) << "driver started but its protocol is not installed";
+  Protocol = static_cast<BIOS_CONFIG_PROTOCOL *>(Interface);
+  return Status;
+}
+
+EFI_STATUS DriverTest::UnloadDriver() {
+  const EFI_STATUS Status = Fw().UnloadImage(Driver);
+  if (Status == EFI_SUCCESS) {
+    Driver = nullptr;
+    Protocol = nullptr;
+  }
+  return Status;
+}
+
+EFI_STATUS DriverTest::ReloadDriver() {
+  if (Driver != nullptr) {
+    const EFI_STATUS Status = UnloadDriver();
+    if (Status != EFI_SUCCESS) return Status;
+  }
+  return LoadDriver();
+}
+
+void DriverTest::PlaceCatalogBytes(const std::vector<uint8_t> &Bytes, const std::string &Folder) {
+  const fs::path Dir = Folder.empty() ? fs::path(ToolsDir()) : fs::path(Folder);
+  fs::create_directories(Dir);
+  std::ofstream Out(Dir / "bioscfg.str", std::ios::binary | std::ios::trunc);
+  Out.write(reinterpret_cast<const char *>(Bytes.data()), static_cast<std::streamsize>(Bytes.size()));
+}
+
+void DriverTest::RemoveCatalog() { fs::remove(fs::path(ToolsDir()) / "bioscfg.str"); }
+
+void DriverTest::SetTorvelPath(const std::u16string &Value) {
+  std::vector<uint8_t> Data;
+  for (char16_t C : Value) {
+    Data.push_back(static_cast<uint8_t>(C));
+    Data.push_back(static_cast<uint8_t>(C >> 8));
+  }
+  Fw().PutVariable(u"TORVEL_PATH", kShellVariableGuid,
+                   EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS, Data);
+}
+
+void DriverTest::RemoveTorvelPath() {
+  EFI_GUID Guid = kShellVariableGuid;
+  CHAR16 Name[] = {'T', 'O', 'R', 'V', 'E', 'L', '_', 'P', 'A', 'T', 'H', 0};
+  Fw().SystemTable()->RuntimeServices->SetVariable(Name, &Guid, 0, 0, nullptr);
+}
+
+void DriverTest::InstallEmptyHii() { Fw().InstallHii(EmptyHiiExport(), kFrameworkHiiProtocolGuid); }
