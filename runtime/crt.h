@@ -44,14 +44,14 @@ size_t LiveBlockCount();
 // new/delete through the runtime heap in both builds. Returns nullptr when the
 // allocation fails; the constructor is not run then.
 template <class T, class... Args> T *New(Args &&...A) {
-  void *Memory = malloc(sizeof(T));
+  void *Memory = crt::malloc(sizeof(T));
   if (Memory == nullptr) return nullptr;
   return ::new (Memory) T(static_cast<Args &&>(A)...);
 }
 template <class T> void Delete(T *Object) {
   if (Object == nullptr) return;
   Object->~T();
-  free(Object);
+  crt::free(Object);
 }
 
 // ---- memory and 8-bit strings ----------------------------------------------

@@ -1,0 +1,207 @@
+// The sample platform as the driver sees it: loaded through the protocol's
+// session and parsed by the form database, then compared with what the
+// platform defines. Also checks that the reshaping questions really reshape
+// their forms once their variable changes and the forms are reloaded.
+#include "driver/image_state.h"
+#include "driver/settings_engine.h"
+#include "platform/sample_platform.h"
+#include "tests/support/driver_harness.h"
+#include "tools/hiibuild/hii_export_builder.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using platform::PlatformQuestion;
+using platform::Sample;
+
+struct Parsed {
+  const SetupQuestion *Record;
+  uint16_t FormId;
+};
+
+std::u16string PromptOf(const SetupQuestion *Q) {
+  if (Q->PromptText == nullptr) return {};
+  return hiibuild::ReadWide(Q->PromptText, Q->PromptLength);  // may be unaligned
+}
+
+std::string Ascii(const std::u16string &Text) { return std::string(Text.begin(), Text.end()); }
+
+class SamplePlatformForms : public DriverTest {
+ protected:
+  void PreparePlatform() override {
+    const auto &P = Sample();
+    Fw().InstallHii(P.Export, P.HiiProtocolGuid);
+    for (const auto &V : P.Variables) Fw().PutVariable(V.Name, V.Guid, V.Attributes, V.Data);
+  }
+
+  // Opens a session and loads the forms; the questions with their forms.
+  std::vector<Parsed> Load() {
+    if (gImage.Engine == nullptr) {
+      EXPECT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
+    }
+    EXPECT_NE(gImage.Engine, nullptr);
+    if (gImage.Engine == nullptr) return {};
+    EXPECT_EQ(gImage.Engine->EnsureFormsLoaded(), EFI_SUCCESS);
+    std::vector<Parsed> Questions;
+    uint16_t Form = 0;
+    for (const SetupQuestion *Q = gImage.Engine->Forms.Questions; Q != nullptr; Q = Q->Next) {
+      if (Q->OpCode == IFR_FORM_OP) {
+        Form = Q->FormId;
+        continue;
+      }
+      Questions.push_back({Q, Form});
+    }
+    return Questions;
+  }
+
+  std::vector<Parsed> Reload() {
+    EXPECT_EQ(gImage.Engine->ResetForms(), EFI_SUCCESS);
+    return Load();
+  }
+
+  // Stores Value into the question's bytes of its variable in the firmware.
+  void Change(const std::u16string &Prompt, uint16_t FormId, uint32_t Value) {
+    const PlatformQuestion *Q = platform::FindSampleQuestion(Prompt, FormId);
+    ASSERT_NE(Q, nullptr) << Ascii(Prompt);
+    auto Stored = Fw().FindVariable(Q->VariableName, Q->VariableGuid);
+    ASSERT_TRUE(Stored.has_value());
+    hiibuild::VariableImage Image(Stored->Data.size());
+    for (size_t I = 0; I < Stored->Data.size(); ++I) Image.Set(I, 1, Stored->Data[I]);
+    Image.Set(Q->Offset, Q->Width, Value);
+    Fw().PutVariable(Q->VariableName, Q->VariableGuid, Stored->Attributes, Image.Data());
+  }
+
+  static uint32_t FlagsOf(const std::vector<Parsed> &Questions, const std::u16string &Prompt, uint16_t FormId) {
+    for (const Parsed &P : Questions)
+      if (P.FormId == FormId && PromptOf(P.Record) == Prompt) return P.Record->Flags;
+    ADD_FAILURE() << "no question " << Ascii(Prompt) << " on form " << FormId;
+    return 0xFFFFFFFF;
+  }
+};
+
+TEST_F(SamplePlatformForms, EveryQuestionMatchesThePlatformDefinition) {
+  std::vector<Parsed> Questions = Load();
+  const auto &Expected = Sample().Questions;
+  ASSERT_EQ(Questions.size(), Expected.size());
+  for (size_t I = 0; I < Expected.size(); ++I) {
+    const PlatformQuestion &E = Expected[I];
+    const SetupQuestion *Q = Questions[I].Record;
+    SCOPED_TRACE(Ascii(E.Prompt));
+    EXPECT_EQ(PromptOf(Q), E.Prompt);
+    EXPECT_EQ(Questions[I].FormId, E.FormId);
+    EXPECT_EQ(Q->OpCode, E.OpCode);
+    EXPECT_EQ(Q->Offset, E.Offset);
+    EXPECT_EQ(Q->Width, E.Width);
+    EXPECT_EQ(Q->Value, E.Default);
+    ASSERT_NE(Q->VariableName, nullptr);
+    EXPECT_EQ(hiibuild::ReadWideZ(Q->VariableName), E.VariableName);
+    ASSERT_NE(Q->VariableGuid, nullptr);
+    EXPECT_TRUE(hiibuild::GuidsEqual(hiibuild::ReadGuid(Q->VariableGuid), E.VariableGuid));
+    EXPECT_EQ(Q->VariableAttributes, platform::SAMPLE_VARIABLE_ATTRIBUTES);
+
+    std::vector<uint32_t> Values;
+    for (const SetupOption *O = Q->Options; O != nullptr; O = O->Next) Values.push_back(O->Value);
+    if (E.OpCode == IFR_ONE_OF_OP) {
+      // Options come out in reverse IFR order.
+      EXPECT_EQ(Values, std::vector<uint32_t>(E.OptionValues.rbegin(), E.OptionValues.rend()));
+    } else if (E.OpCode == IFR_CHECKBOX_OP) {
+      EXPECT_EQ(Values, (std::vector<uint32_t>{1, 0}));
+    }
+  }
+}
+
+TEST_F(SamplePlatformForms, OptionTextsAndNumericRangesComeFromTheForms) {
+  std::vector<Parsed> Questions = Load();
+  auto Find = [&](const std::u16string &Prompt, uint16_t FormId) -> const SetupQuestion * {
+    for (const Parsed &P : Questions) {
+      if (P.FormId == FormId && PromptOf(P.Record) == Prompt) return P.Record;
+    }
+    return nullptr;
+  };
+  const SetupQuestion *Address = Find(u"Address", 24);
+  ASSERT_NE(Address, nullptr);
+  EXPECT_EQ(Address->Width, 2);
+  EXPECT_EQ(Address->Value, 0x3F8u);
+  ASSERT_NE(Address->Options, nullptr);
+  EXPECT_EQ(hiibuild::ReadWide(Address->Options->Text, Address->Options->TextLength), u"2E8h");
+
+  const SetupQuestion *Latency = Find(u"PCI Latency Timer", 25);  // 32..248 step 8
+  ASSERT_NE(Latency, nullptr);
+  size_t Count = 0;
+  for (const SetupOption *O = Latency->Options; O != nullptr; O = O->Next) ++Count;
+  EXPECT_EQ(Count, 28u);
+  EXPECT_EQ(Latency->Options->Value, 248u);
+
+  const SetupQuestion *Threshold = Find(u"Correctable Error Threshold", 221);  // step 0
+  ASSERT_NE(Threshold, nullptr);
+  EXPECT_EQ(Threshold->Options, nullptr);
+  EXPECT_EQ(Threshold->Value, 10u);
+
+  // The boot form set lists French first; prompts are still English.
+  EXPECT_NE(Find(u"Boot Mode", 6), nullptr);
+}
+
+TEST_F(SamplePlatformForms, ConditionsAtTheDefaults) {
+  std::vector<Parsed> Questions = Load();
+  struct Case {
+    const char16_t *Prompt;
+    uint16_t FormId;
+    uint32_t Flags;
+  };
+  for (const Case &C : {
+           Case{u"Console Redirection", 41, 0},
+           Case{u"Flow Control", 41, SETUP_QUESTION_SUPPRESSED},
+           Case{u"Stop Bits", 41, SETUP_QUESTION_SUPPRESSED},
+           Case{u"Vexon(R) DR for Remapped I/O", 21, 0},
+           Case{u"Interrupt Remapping", 21, SETUP_QUESTION_SUPPRESSED},
+           Case{u"Pass-through DMA", 21, SETUP_QUESTION_SUPPRESSED},
+           Case{u"Hardware Prefetcher", 21, 0},
+           Case{u"Vexon Swift Boot", 6, SETUP_QUESTION_SUPPRESSED},
+           Case{u"Memory Error Injection", 221, SETUP_QUESTION_HIDDEN},
+           Case{u"Enhanced ECC Mode", 221, 0},
+           Case{u"Power On Password", 3, SETUP_QUESTION_GRAYED_OUT},
+           Case{u"Turbo Mode", 21, 0},
+           Case{u"Vexon(R) TXT Support", 21, 0},
+           Case{u"Partial Mirror Mode", 221, 0},
+           Case{u"Port 60/64 Emulation", 26, 0},
+           Case{u"Multi-Rank Sparing Count", 221, SETUP_QUESTION_SUPPRESSED},
+           Case{u"Platform Watchdog Timeout", 2, SETUP_QUESTION_SUPPRESSED},
+       }) {
+    EXPECT_EQ(FlagsOf(Questions, C.Prompt, C.FormId), C.Flags) << Ascii(C.Prompt);
+  }
+}
+
+// One setting changed in the firmware, then the forms reloaded: the
+// dependant's flags follow.
+TEST_F(SamplePlatformForms, ChangedSettingsReshapeTheFormsAfterAReload) {
+  struct Case {
+    const char16_t *Changed;
+    uint16_t ChangedForm;
+    uint32_t Value;
+    const char16_t *Dependant;
+    uint16_t DependantForm;
+    uint32_t FlagsBefore;
+    uint32_t FlagsAfter;
+  };
+  const Case Cases[] = {
+      {u"Console Redirection", 41, 1, u"Baud Rate", 41, SETUP_QUESTION_SUPPRESSED, 0},
+      {u"Vexon(R) DR for Remapped I/O", 21, 1, u"ATS Support", 21, SETUP_QUESTION_SUPPRESSED, 0},
+      {u"Memory Mode", 22, 1, u"Partial Mirror Mode", 221, 0, SETUP_QUESTION_GRAYED_OUT},       // OR
+      {u"Vexon(R) Virtualization Technology", 21, 0, u"Vexon(R) TXT Support", 21, 0,
+       SETUP_QUESTION_GRAYED_OUT},                                                              // NOT
+      {u"Legacy USB Support", 26, 2, u"Port 60/64 Emulation", 26, 0, SETUP_QUESTION_SUPPRESSED},  // list
+      {u"Enhanced Vexon SpeedStep(R) Tech", 21, 0, u"Turbo Mode", 21, 0, SETUP_QUESTION_GRAYED_OUT},
+  };
+  std::vector<Parsed> Questions = Load();
+  for (const Case &C : Cases)
+    EXPECT_EQ(FlagsOf(Questions, C.Dependant, C.DependantForm), C.FlagsBefore) << Ascii(C.Dependant);
+  for (const Case &C : Cases) Change(C.Changed, C.ChangedForm, C.Value);
+  Questions = Reload();
+  for (const Case &C : Cases) {
+    EXPECT_EQ(FlagsOf(Questions, C.Dependant, C.DependantForm), C.FlagsAfter) << Ascii(C.Dependant);
+    EXPECT_EQ(FlagsOf(Questions, C.Changed, C.ChangedForm), 0u) << Ascii(C.Changed);
+  }
+}
+
+}  // namespace

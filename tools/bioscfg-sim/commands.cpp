@@ -1,0 +1,97 @@
+#include "tools/bioscfg-sim/commands.h"
+
+#include "driver/image_state.h"
+#include "driver/settings_engine.h"
+#include "tools/bioscfg-sim/question_listing.h"
+#include "tools/bioscfg-sim/simulated_machine.h"
+
+#include <cstdio>
+#include <filesystem>
+
+namespace bioscfgsim {
+
+namespace fs = std::filesystem;
+
+static int Fail(const std::string &Why) {
+  std::fprintf(stderr, "bioscfg-sim: %s\n", Why.c_str());
+  return 1;
+}
+
+bool LoadPlatform(const Options &Opts, PlatformInput &Out, std::string &Error) {
+  Out = SamplePlatformInput();
+  if (!Opts.ExportPath.empty()) {
+    if (!ReadFileBytes(Opts.ExportPath, Out.Export, Error)) return false;
+    Out.HiiProtocolGuid = HiiProtocolOf(Out.Export);
+  }
+  if (!Opts.VariablesPath.empty()) {
+    std::vector<uint8_t> Text;
+    if (!ReadFileBytes(Opts.VariablesPath, Text, Error)) return false;
+    if (!ParseVariableStore(std::string(Text.begin(), Text.end()), Out.Variables, Error)) {
+      Error = Opts.VariablesPath + ": " + Error;
+      return false;
+    }
+  }
+  return true;
+}
+
+// Runs the driver on the platform and prints the question list it builds.
+static int RunList(const Options &Opts, const std::vector<std::string> &Args) {
+  if (!Args.empty()) return Fail("list takes no arguments");
+  PlatformInput Platform;
+  std::string Error;
+  if (!LoadPlatform(Opts, Platform, Error)) return Fail(Error);
+  SimulatedMachine Machine;
+  if (!Machine.Start(Platform, Opts.MessagesPath, Error)) return Fail(Error);
+  if (!Machine.OpenSession(Error)) return Fail(Error);
+  if (gImage.Engine == nullptr) return Fail("the session has no settings engine");
+  EFI_STATUS Status = gImage.Engine->EnsureFormsLoaded();
+  if (Status != EFI_SUCCESS) return Fail("loading the forms failed: " + StatusText(Status));
+  std::fputs(FormatQuestionList(gImage.Engine->Forms.Questions).c_str(), stdout);
+  return 0;
+}
+
+// Writes the sample platform's two files, as examples of the formats.
+static int RunExportPlatform(const Options &, const std::vector<std::string> &Args) {
+  if (Args.size() != 1) return Fail("export-platform takes one folder");
+  std::error_code Made;
+  fs::create_directories(Args[0], Made);
+  if (Made) return Fail(Args[0] + ": " + Made.message());
+  PlatformInput Sample = SamplePlatformInput();
+  std::string Error;
+  std::string ExportPath = (fs::path(Args[0]) / "platform.hii").string();
+  std::string VariablesPath = (fs::path(Args[0]) / "variables.txt").string();
+  std::string Store = FormatVariableStore(Sample.Variables);
+  if (!WriteFileBytes(ExportPath, Sample.Export, Error)) return Fail(Error);
+  if (!WriteFileBytes(VariablesPath, std::vector<uint8_t>(Store.begin(), Store.end()), Error)) return Fail(Error);
+  std::printf("%s\n%s\n", ExportPath.c_str(), VariablesPath.c_str());
+  return 0;
+}
+
+const std::vector<Command> &Commands() {
+  static const std::vector<Command> Table = {
+      {"list", "", "run the driver on the platform and print its question list", RunList},
+      {"export-platform", "DIR", "write the sample platform as DIR/platform.hii and DIR/variables.txt",
+       RunExportPlatform},
+  };
+  return Table;
+}
+
+void PrintUsage(std::FILE *Out) {
+  std::fprintf(Out,
+               "usage: bioscfg-sim [--export FILE] [--variables FILE] [--messages FILE] COMMAND [ARGS]\n"
+               "\n"
+               "Runs the bioscfg driver inside the simulated firmware. Without --export and\n"
+               "--variables the embedded sample server platform is used.\n"
+               "\n"
+               "  --export FILE     HII database export (raw bytes)\n"
+               "  --variables FILE  variable store (text: NAME GUID ATTRIBUTES DATA per line)\n"
+               "  --messages FILE   message catalog source (default: the tree's messages/bioscfg.messages)\n"
+               "\n"
+               "commands:\n");
+  for (const Command &C : Commands()) {
+    std::string Head = std::string(C.Name) + (*C.Arguments ? std::string(" ") + C.Arguments : "");
+    std::fprintf(Out, "  %-20s %s\n", Head.c_str(), C.Summary);
+  }
+}
+
+}  // namespace bioscfgsim

@@ -1,0 +1,22 @@
+// The question list as stable text, one line per record in list order:
+//
+//   form     op=0x01 flags=0x0 form=21 prompt="Processor Configuration"
+//   one-of   op=0x05 flags=0x1 form=21 prompt="ATS Support" var="Setup" {GUID}
+//            offset=0x0010 width=1 value=1 options=1="Enabled",0="Disabled"
+// (the second record is one line). A question without options shows
+// options=-.
+//
+// Characters outside printable ASCII are written as \uXXXX; a missing
+// prompt or text as <none>.
+#pragma once
+
+#include "forms/setup_question.h"
+
+#include <string>
+
+namespace bioscfgsim {
+
+std::string FormatQuestionList(const SetupQuestion *Head);
+std::string FormatQuestion(const SetupQuestion &Record, uint16_t FormId);
+
+}  // namespace bioscfgsim

@@ -1,0 +1,42 @@
+// A simulated machine with the driver running on a given platform, set up
+// the way a deployment is: fs0: holds tools\bioscfg.str, TORVEL_PATH is
+// "fs0:\tools" as the UEFI Shell's `set` stores it, the HII export and the
+// setup variables are installed, and the driver is loaded and started from
+// fs0:\tools. The temporary folder behind fs0: is removed on destruction.
+#pragma once
+
+#include "bioscfg_protocol.h"
+#include "sim/firmware.h"
+#include "tools/bioscfg-sim/platform_files.h"
+
+#include <memory>
+#include <string>
+
+namespace bioscfgsim {
+
+class SimulatedMachine {
+ public:
+  SimulatedMachine() = default;
+  ~SimulatedMachine();
+  SimulatedMachine(const SimulatedMachine &) = delete;
+  SimulatedMachine &operator=(const SimulatedMachine &) = delete;
+
+  // MessagesPath is the catalog's text source. False with a reason in Error.
+  [[nodiscard]] bool Start(const PlatformInput &Platform, const std::string &MessagesPath, std::string &Error);
+  // Opens a session through the protocol; false with a reason in Error.
+  [[nodiscard]] bool OpenSession(std::string &Error);
+
+  BIOS_CONFIG_PROTOCOL *Protocol() const { return Interface; }
+  sim::Firmware &Firmware() { return *Fw; }
+
+ private:
+  std::unique_ptr<sim::Firmware> Fw;
+  std::string Volume;
+  EFI_HANDLE Driver = nullptr;
+  BIOS_CONFIG_PROTOCOL *Interface = nullptr;
+};
+
+// "0x8000000000000003 (Unsupported)"-style text for a status.
+std::string StatusText(EFI_STATUS Status);
+
+}  // namespace bioscfgsim

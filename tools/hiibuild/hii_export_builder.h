@@ -1,0 +1,267 @@
+// An assembler for Framework HII database exports.
+//
+// Tests, benchmarks, fuzz seeds and the sample platform all need HII exports:
+// data tables holding an IFR pack, string packs in several languages and
+// variable packs. Writing those bytes by hand is error-prone, so they are
+// described here in the terms a firmware engineer uses (forms, questions,
+// conditions, strings by text) and encoded in the Framework layout:
+//
+//   ExportBuilder Export;
+//   DataTableBuilder &Table = Export.AddTable(FormSetGuid, {"eng", "fra"});
+//   Table.Ifr().FormSet(FormSetGuid, u"Setup")
+//       .Form(1, u"Main")
+//       .CheckBox(0x10, 1, u"Quiet Boot")
+//       .EndForm()
+//       .EndFormSet();
+//   Bytes Image = Export.Build();
+//
+// Strings are added by text: the table assigns tokens (token 0 is the empty
+// string) and the same token names the string in every language. Misuse that
+// cannot be encoded (an opcode longer than 255 bytes, more than 65535
+// strings) throws std::length_error. Raw() and the raw-pack and raw-table
+// calls let tests write deliberately malformed input.
+#pragma once
+
+#include "runtime/uefi.h"
+#include "tools/hiibuild/byte_writer.h"
+#include "tools/hiibuild/ifr_opcodes.h"
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace hiibuild {
+
+// {EA816D2C-CEE5-4F02-99B5-D3905CBBD077}: the Framework HII protocol; also
+// the GUID of the classic export header.
+inline constexpr EFI_GUID gFrameworkHiiProtocolGuid = {
+    0xea816d2c, 0xcee5, 0x4f02, {0x99, 0xb5, 0xd3, 0x90, 0x5c, 0xbb, 0xd0, 0x77}};
+// {D7AD636E-B997-459B-BF3F-8846897980E1}: the later revision of the protocol,
+// whose export header has a 32-bit table count.
+inline constexpr EFI_GUID gFrameworkHiiRevisedProtocolGuid = {
+    0xd7ad636e, 0xb997, 0x459b, {0xbf, 0x3f, 0x88, 0x46, 0x89, 0x79, 0x80, 0xe1}};
+
+// A display string: one text per language.
+struct Text {
+  Text() = default;  // no string: token 0, the empty string
+  Text(const char16_t *Default) : Default(Default), None(false) {}
+  Text(std::u16string Default) : Default(std::move(Default)), None(false) {}
+  // Default text with translations for some languages.
+  Text(std::u16string Default, std::map<std::string, std::u16string> Translations)
+      : Default(std::move(Default)), Translations(std::move(Translations)), None(false) {}
+  // A string that exists only in the listed languages: in every other
+  // language's pack the token's string pointer lies beyond the pack.
+  static Text OnlyIn(std::map<std::string, std::u16string> Translations);
+
+  std::u16string Default;
+  std::map<std::string, std::u16string> Translations;
+  bool OnlyTranslated = false;
+  bool None = true;
+
+  // The text shown in Language, or nullptr when the token has none there.
+  const std::u16string *In(const std::string &Language) const;
+  auto Key() const { return std::tie(None, OnlyTranslated, Default, Translations); }
+  bool operator<(const Text &Other) const { return Key() < Other.Key(); }
+};
+
+// The strings of one data table and their tokens.
+class StringTable {
+ public:
+  explicit StringTable(std::vector<std::string> Languages);
+  // The token of T, adding it on first use. Equal texts share one token.
+  uint16_t Token(const Text &T);
+  const std::vector<std::string> &Languages() const { return LanguageNames; }
+  size_t TokenCount() const { return Strings.size(); }
+  // The string pack (type 2) of one language.
+  Bytes BuildPack(const std::string &Language) const;
+
+ private:
+  std::vector<std::string> LanguageNames;
+  std::vector<Text> Strings;  // index = token
+  std::map<Text, uint16_t> Tokens;
+};
+
+// Allowed values of a numeric question.
+struct NumericRange {
+  uint16_t Minimum = 0;
+  uint16_t Maximum = 0;
+  uint16_t Step = 1;
+  uint16_t Default = 0;
+};
+
+struct OptionEntry {
+  Text Label;
+  uint16_t Value = 0;
+};
+
+// The IFR opcodes of one data table, in the order they are added.
+class IfrBuilder {
+ public:
+  explicit IfrBuilder(StringTable &Strings) : Strings(Strings) {}
+
+  // Form set (0x0E, 36 bytes): GUID at 2, title at 18, help at 20, callback
+  // handle at 22, class at 30, subclass at 32, NV data size at 34.
+  IfrBuilder &FormSet(const EFI_GUID &Guid, const Text &Title, const Text &Help = {},
+                      uint16_t Class = 0, uint16_t SubClass = 0, uint16_t NvDataSize = 0);
+  IfrBuilder &EndFormSet();  // 0x0D
+  IfrBuilder &Form(uint16_t Id, const Text &Title);  // 0x01: id at 2, title at 4
+  IfrBuilder &EndForm();  // 0x0B
+  IfrBuilder &Subtitle(const Text &Title);  // 0x02
+  IfrBuilder &TextItem(const Text &First, const Text &Second = {}, const Text &Help = {},
+                       uint8_t Flags = 0, uint16_t Key = 0);  // 0x03
+  IfrBuilder &Label(uint16_t Id);  // 0x1D
+  IfrBuilder &Ref(uint16_t FormId, const Text &Prompt, const Text &Help = {},
+                  uint8_t Flags = 0, uint16_t Key = 0);  // 0x0F
+
+  // One-of (0x05): offset at 2, width at 4, prompt at 5, help at 7; then
+  // options and EndOneOf.
+  IfrBuilder &OneOf(uint16_t Offset, uint8_t Width, const Text &Prompt, const Text &Help = {});
+  // Option (0x09): token at 2, value at 4, flags at 6, key at 7.
+  IfrBuilder &Option(const Text &Label, uint16_t Value, uint8_t Flags = 0, uint16_t Key = 0);
+  IfrBuilder &EndOneOf();  // 0x10
+  // One-of, its options (the one whose value is Default flagged default) and
+  // the end-of-one-of.
+  IfrBuilder &OneOfWithOptions(uint16_t Offset, uint8_t Width, const Text &Prompt,
+                               const std::vector<OptionEntry> &Options, uint16_t Default,
+                               const Text &Help = {});
+  // Checkbox (0x06): as one-of, then flags at 9 and key at 10.
+  IfrBuilder &CheckBox(uint16_t Offset, uint8_t Width, const Text &Prompt, const Text &Help = {},
+                       uint8_t Flags = 0, uint16_t Key = 0);
+  // Numeric (0x07): as checkbox, then minimum at 12, maximum at 14, step at
+  // 16, default at 18.
+  IfrBuilder &Numeric(uint16_t Offset, uint8_t Width, const Text &Prompt, const NumericRange &Range,
+                      const Text &Help = {}, uint8_t Flags = 0, uint16_t Key = 0);
+  // Password (0x08): as checkbox, then minimum and maximum size at 12 and 13,
+  // encoding at 14.
+  IfrBuilder &Password(uint16_t Offset, uint8_t Width, const Text &Prompt, const Text &Help = {},
+                       uint8_t MinSize = 0, uint8_t MaxSize = 0);
+  // Ordered list (0x23): offset at 2, maximum entries at 4, prompt at 5,
+  // help at 7; its options and EndOneOf follow as for a one-of.
+  IfrBuilder &OrderedList(uint16_t Offset, uint8_t MaxEntries, const Text &Prompt,
+                          const Text &Help = {});
+
+  // Condition scopes and terms.
+  IfrBuilder &SuppressIf();  // 0x0A
+  IfrBuilder &GrayOutIf();   // 0x19
+  IfrBuilder &Hidden(uint16_t Value = 0, uint16_t Key = 0);  // 0x0C
+  IfrBuilder &InconsistentIf(const Text &Popup = {});  // 0x11
+  IfrBuilder &EqIdVal(uint16_t Offset, uint8_t Width, uint16_t Value);  // 0x12
+  IfrBuilder &EqIdId(uint16_t Offset, uint8_t Width, uint16_t OtherOffset);  // 0x13
+  // 0x14: offset at 2, width at 4, count at 5, values from 7.
+  IfrBuilder &EqIdList(uint16_t Offset, uint8_t Width, const std::vector<uint16_t> &Values);
+  IfrBuilder &And();    // 0x15
+  IfrBuilder &Or();     // 0x16
+  IfrBuilder &Not();    // 0x17
+  IfrBuilder &EndIf();  // 0x18
+
+  // Variable stores. VarStore (0x24): GUID at 2, id at 18, size at 20, then
+  // the variable's ASCII name.
+  IfrBuilder &VarStore(const EFI_GUID &Guid, uint16_t Id, uint16_t Size, const std::string &Name);
+  IfrBuilder &VarStoreSelect(uint16_t Id);  // 0x25
+  IfrBuilder &VarStoreSelectPair(uint16_t Id, uint16_t SecondId);  // 0x26
+
+  // Bytes copied as they are, for malformed input.
+  IfrBuilder &Raw(const Bytes &Code);
+
+  const Bytes &Code() const { return Out.Data(); }
+  size_t OpcodeCount() const { return Opcodes; }
+
+ private:
+  IfrBuilder &Bare(uint8_t OpCode);
+  // Starts an opcode: number and length.
+  ByteWriter &Begin(uint8_t OpCode, size_t Length);
+  uint16_t Token(const Text &T) { return Strings.Token(T); }
+
+  StringTable &Strings;
+  ByteWriter Out;
+  size_t Opcodes = 0;
+};
+
+// One data table: its IFR pack, one string pack per language and its
+// variable packs.
+class DataTableBuilder {
+ public:
+  explicit DataTableBuilder(const EFI_GUID &PackageGuid, std::vector<std::string> Languages = {"eng"},
+                            uint16_t HiiHandle = 1);
+  DataTableBuilder(const DataTableBuilder &) = delete;
+  DataTableBuilder &operator=(const DataTableBuilder &) = delete;
+
+  // The table's IFR. A table whose Ifr() was never asked for has no IFR
+  // pack (offset 0).
+  IfrBuilder &Ifr() { HasIfr = true; return IfrCode; }
+  StringTable &Strings() { return StringPacks; }
+
+  // Variable pack (type 6): GUID at 6, name length at 22, varstore id at 26,
+  // name at 28.
+  DataTableBuilder &VariablePack(const EFI_GUID &Guid, uint16_t VarStoreId, const std::u16string &Name);
+  // A pack given as bytes, taking a variable pack's place (e.g. one of
+  // another type, or a bad length).
+  DataTableBuilder &RawVariablePack(const Bytes &Pack);
+
+  // Header fields: handle at 0, package GUID at 2, size at 18, IFR offset at
+  // 22, first string pack at 26, first variable pack at 30, device path at
+  // 34, variable pack count at 38, string pack count at 42.
+  Bytes Build() const;
+
+ private:
+  EFI_GUID PackageGuid;
+  uint16_t HiiHandle;
+  StringTable StringPacks;
+  IfrBuilder IfrCode;
+  bool HasIfr = false;
+  std::vector<Bytes> VariablePacks;
+};
+
+enum class ExportHeaderStyle {
+  Classic,   // UINT16 count at 0, GUID at 2, first table at 18
+  Extended,  // UINT32 count at 0, GUID at 4, first table at 20
+};
+
+// A whole export: the header and its data tables one after another.
+class ExportBuilder {
+ public:
+  explicit ExportBuilder(ExportHeaderStyle Style = ExportHeaderStyle::Classic) : Style(Style) {}
+
+  // Adds a data table; handles are numbered 1, 2, ... in order.
+  DataTableBuilder &AddTable(const EFI_GUID &PackageGuid, std::vector<std::string> Languages = {"eng"});
+  // A data table given as bytes (counted like any other).
+  ExportBuilder &AddRawTable(Bytes Table);
+  // Writes Count into the header instead of the number of tables.
+  ExportBuilder &OverrideTableCount(uint32_t Count);
+
+  Bytes Build() const;
+  // The protocol GUID that serves an export of this header style.
+  const EFI_GUID &ProtocolGuid() const;
+  ExportHeaderStyle HeaderStyle() const { return Style; }
+
+ private:
+  struct Entry {
+    std::unique_ptr<DataTableBuilder> Table;
+    Bytes Raw;
+  };
+  ExportHeaderStyle Style;
+  std::deque<Entry> Tables;
+  bool CountOverridden = false;
+  uint32_t CountOverride = 0;
+};
+
+// The contents of a setup variable: a zero-filled byte image with values at
+// offsets, little-endian.
+class VariableImage {
+ public:
+  explicit VariableImage(size_t Size) : Image(Size, 0) {}
+  // Throws std::out_of_range when the value does not fit in the image and
+  // std::invalid_argument for a width other than 1, 2 or 4.
+  VariableImage &Set(size_t Offset, uint8_t Width, uint32_t Value);
+  uint32_t Get(size_t Offset, uint8_t Width) const;
+  const Bytes &Data() const { return Image; }
+  size_t Size() const { return Image.size(); }
+
+ private:
+  Bytes Image;
+};
+
+}  // namespace hiibuild
