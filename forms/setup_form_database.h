@@ -1,8 +1,15 @@
 // The setup form database: the HII export buffer and the ordered question
 // list parsed from it. Owned by the SettingsEngine as its member Forms.
+//
+// The operations on it live in small files of their own: hii_retrieval.cpp
+// (RetrieveForms), ifr_parser.cpp (ParseForms), string_lookup.h,
+// variable_store.h, option_texts.h and conditions.h.
 #pragma once
 
+#include "forms/export_bytes.h"
 #include "forms/setup_question.h"
+#include "forms/text_arena.h"
+#include "forms/variable_cache.h"
 
 struct ConditionTerm {
   UINT32 Kind;  // 0 comparison term, 1 NOT mark, 2 OR mark, 3 AND mark
@@ -14,6 +21,7 @@ struct ConditionTerm {
 };
 
 constexpr UINT32 EXPORT_HEADER_SIZE = 18;
+constexpr UINT32 WIDE_EXPORT_HEADER_SIZE = 20;
 constexpr UINT32 MAX_VARIABLE_PACKS = 32;
 constexpr UINT32 CONDITION_STACK_ENTRIES = 51;
 
@@ -25,16 +33,28 @@ class SetupFormDatabase {
   SetupFormDatabase &operator=(const SetupFormDatabase &) = delete;
 
   // Copies the firmware's HII database into ExportBuffer. 0 on success,
-  // otherwise the status that stopped it (ExportSize is then 0 again).
+  // otherwise the status that stopped it (ExportSize is then 0 again):
+  // LocateHandle's or HandleProtocol's status when no HII protocol is found,
+  // ExportDatabase's when the export fails, EFI_NOT_FOUND when the database
+  // measures 0 bytes, EFI_OUT_OF_RESOURCES when the buffer cannot be had.
   [[nodiscard]] EFI_STATUS RetrieveForms();
   // Builds the question list from ExportBuffer. Always 0.
   [[nodiscard]] EFI_STATUS ParseForms();
   // Frees the question list, the option texts it made and ExportBuffer. Always 0.
   EFI_STATUS DiscardForms();
 
-  UINT8 *ExportBuffer;
+  // Links Record at the end of Questions.
+  void AppendQuestion(SetupQuestion *Record);
+  // The whole export buffer as a bounded region.
+  ExportSpan Export() const { return ExportSpan{ExportBuffer, 0, ExportBuffer == nullptr ? 0 : ExportSize}; }
+
+  UINT8 *ExportBuffer;  // below 4 GiB: option texts inside it reach clients
   UINT32 ExportSize;
+  // The classic 18-byte header as exported (for the 20-byte form, its first
+  // 18 bytes); ExportHeaderSize and DataTableCount say how to read it.
   UINT8 ExportHeader[EXPORT_HEADER_SIZE];
+  UINT32 ExportHeaderSize;  // 18 or 20: where the first data table starts
+  UINT32 DataTableCount;    // from the 16- or 32-bit count of the header
   UINT8 *CurrentDataTable;
   CHAR16 DefaultVariableName[6];
   EFI_GUID *CurrentVariableGuid;
@@ -44,7 +64,11 @@ class SetupFormDatabase {
   UINT32 CurrentVariableAttributes;
   UINT8 *VariablePacks[MAX_VARIABLE_PACKS];
   SetupQuestion *Questions;
+  SetupQuestion *QuestionsTail;  // last record, so appending does not walk
   SetupOption *PendingOptions;
+  // Set while the options of an ordered list (or of a one-of that kept no
+  // record) are being read: they have no question to go to and are dropped.
+  UINT8 DroppingOptions;
   UINT32 ConditionKind;
   UINT32 SuppressResult;
   UINT32 GrayOutResult;
@@ -52,4 +76,15 @@ class SetupFormDatabase {
   UINT32 CombineMode;
   ConditionTerm ConditionStack[CONDITION_STACK_ENTRIES];
   INT32 ConditionTop;
+
+  // The "eng" string pack of one data table, remembered between lookups.
+  const UINT8 *StringCacheTable;  // nullptr: nothing remembered
+  UINT64 StringCachePack;         // offset of the pack; 0 when the table has none
+  // Texts made for checkbox and numeric options.
+  TextArena OptionTexts;
+  // Variable reads of the running ParseForms.
+  VariableCache Variables;
 };
+
+// Frees a list of option nodes (not their texts).
+void FreeOptionList(SetupOption *Head);

@@ -37,7 +37,6 @@ ASAN_OPTIONS=detect_leaks=1 run_ctest "$root/build-asan"
 step "fuzz targets (${fuzz_seconds}s each)"
 CC=clang CXX=clang++ cmake -S "$root" -B "$root/build-fuzz" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DBIOSCFG_FUZZ=ON -DBIOSCFG_EFI_IMAGES=OFF -DBIOSCFG_TESTS=OFF >/dev/null
-cmake --build "$root/build-fuzz" -j"$jobs"
 "$root/fuzz/run_fuzz.sh" "$root/build-fuzz" "$fuzz_seconds"
 
 step "benchmark figures"

@@ -158,6 +158,8 @@ struct OpcodeCase {
   std::vector<std::pair<size_t, uint16_t>> U16At;  // operand offset, value
   std::vector<std::pair<size_t, uint8_t>> U8At;
 };
+// Keeps test listings readable (gtest would otherwise dump the bytes).
+void PrintTo(const OpcodeCase &C, std::ostream *Out) { *Out << C.Name; }
 
 class IfrEncoding : public ::testing::TestWithParam<OpcodeCase> {};
 

@@ -1,0 +1,135 @@
+// Copying the firmware's Framework HII database into the form database.
+//
+// The export is taken in two calls: one with no buffer to learn the size,
+// one into a buffer of exactly that size. The buffer lies below 4 GiB because
+// one-of option texts point into it and clients read them through 32-bit
+// addresses.
+#include "driver/image_state.h"
+#include "forms/framework_hii.h"
+#include "forms/hii_retrieval.h"
+#include "runtime/crt.h"
+
+namespace {
+
+// Room for two handles, as the firmware's own setup browser asks for.
+constexpr UINTN HII_HANDLE_SLOTS = 2;
+
+[[nodiscard]] EFI_STATUS LocateByGuid(const EFI_GUID &ProtocolGuid) {
+  EFI_BOOT_SERVICES *Boot = gImage.SystemTableCopy.BootServices;
+  if (Boot == nullptr) return EFI_NOT_READY;
+  EFI_GUID Guid = ProtocolGuid;
+  EFI_HANDLE Handles[HII_HANDLE_SLOTS] = {};
+  UINTN Size = sizeof(Handles);
+  EFI_STATUS Status = Boot->LocateHandle(ByProtocol, &Guid, nullptr, &Size, Handles);
+  if (EFI_ERROR(Status)) return Status;
+
+  gImage.Hii = nullptr;
+  UINTN Count = Size / sizeof(EFI_HANDLE);
+  if (Count > HII_HANDLE_SLOTS) Count = HII_HANDLE_SLOTS;
+  EFI_STATUS Last = EFI_NOT_FOUND;
+  for (UINTN Index = 0; Index < Count; ++Index) {
+    VOID *Interface = nullptr;
+    Last = Boot->HandleProtocol(Handles[Index], &Guid, &Interface);
+    if (EFI_ERROR(Last)) continue;
+    if (Interface == nullptr) {
+      Last = EFI_NOT_FOUND;
+      continue;
+    }
+    gImage.Hii = static_cast<EFI_HII_PROTOCOL *>(Interface);
+    gImage.HiiHandle = 0;
+    return EFI_SUCCESS;
+  }
+  return Last;
+}
+
+// Owns a freshly allocated export buffer until it is handed to the database.
+class ExportAllocation {
+ public:
+  explicit ExportAllocation(UINT32 Size) : Block(static_cast<UINT8 *>(crt::AllocateBelow4G(Size))) {
+    if (Block != nullptr) crt::memset(Block, 0, Size);
+  }
+  ~ExportAllocation() { crt::FreeBelow4G(Block); }
+  ExportAllocation(const ExportAllocation &) = delete;
+  ExportAllocation &operator=(const ExportAllocation &) = delete;
+
+  UINT8 *Get() const { return Block; }
+  UINT8 *Release() {
+    UINT8 *Owned = Block;
+    Block = nullptr;
+    return Owned;
+  }
+
+ private:
+  UINT8 *Block;
+};
+
+}  // namespace
+
+EFI_STATUS LocateHiiProtocol() {
+  EFI_STATUS Status = LocateByGuid(gFrameworkHiiProtocolGuid);
+  if (Status != EFI_NOT_FOUND) return Status;
+  return LocateByGuid(gFrameworkHiiLaterProtocolGuid);
+}
+
+void ReadExportHeader(SetupFormDatabase &Db) {
+  crt::memset(Db.ExportHeader, 0, sizeof(Db.ExportHeader));
+  Db.ExportHeaderSize = EXPORT_HEADER_SIZE;
+  Db.DataTableCount = 0;
+  if (Db.ExportBuffer == nullptr) return;
+  UINT32 Copied = Db.ExportSize < EXPORT_HEADER_SIZE ? Db.ExportSize : EXPORT_HEADER_SIZE;
+  crt::memcpy(Db.ExportHeader, Db.ExportBuffer, Copied);
+  if (Db.ExportSize < EXPORT_HEADER_SIZE) return;
+
+  // The later firmware's 20-byte header is told apart by where its revision
+  // GUID sits: at byte 4 behind a 32-bit count instead of at byte 2.
+  if (Db.ExportSize >= WIDE_EXPORT_HEADER_SIZE &&
+      GuidBytesEqual(Db.ExportBuffer + 4, gFrameworkHiiLaterProtocolGuid) &&
+      !GuidBytesEqual(Db.ExportBuffer + 2, gFrameworkHiiLaterProtocolGuid)) {
+    Db.ExportHeaderSize = WIDE_EXPORT_HEADER_SIZE;
+    Db.DataTableCount = Le32(Db.ExportBuffer);
+    return;
+  }
+  Db.DataTableCount = Le16(Db.ExportBuffer);
+}
+
+EFI_STATUS SetupFormDatabase::RetrieveForms() {
+  // A buffer still held belongs to records that would dangle; start afresh.
+  if (ExportBuffer != nullptr || Questions != nullptr) (void)DiscardForms();
+
+  if (ExportSize == 0 || gImage.Hii == nullptr) {
+    EFI_STATUS Located = LocateHiiProtocol();
+    if (EFI_ERROR(Located)) {
+      ExportSize = 0;
+      return Located;
+    }
+    UINTN Measured = 0;
+    EFI_STATUS Measure = gImage.Hii->ExportDatabase(gImage.Hii, gImage.HiiHandle, &Measured, nullptr);
+    if (Measured == 0) {
+      ExportSize = 0;
+      return EFI_ERROR(Measure) && Measure != EFI_BUFFER_TOO_SMALL ? Measure : EFI_NOT_FOUND;
+    }
+    if (Measured > 0xFFFFFFFFu) {
+      ExportSize = 0;
+      return EFI_OUT_OF_RESOURCES;
+    }
+    ExportSize = static_cast<UINT32>(Measured);
+  }
+
+  UINT32 Allocated = ExportSize;
+  ExportAllocation Buffer(Allocated);
+  if (Buffer.Get() == nullptr) {
+    ExportSize = 0;
+    return EFI_OUT_OF_RESOURCES;
+  }
+  UINTN Written = Allocated;
+  EFI_STATUS Status = gImage.Hii->ExportDatabase(gImage.Hii, gImage.HiiHandle, &Written, Buffer.Get());
+  if (EFI_ERROR(Status)) {
+    ExportSize = 0;
+    return Status;
+  }
+  // Never trust a reported size beyond what was handed over.
+  ExportSize = Written < Allocated ? static_cast<UINT32>(Written) : Allocated;
+  ExportBuffer = Buffer.Release();
+  ReadExportHeader(*this);
+  return EFI_SUCCESS;
+}

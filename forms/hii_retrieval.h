@@ -1,0 +1,17 @@
+// Finding the Framework HII protocol and reading the export header.
+// RetrieveForms itself is a member of SetupFormDatabase.
+#pragma once
+
+#include "forms/setup_form_database.h"
+
+// Locates the Framework HII protocol into gImage.Hii and sets gImage.HiiHandle
+// to 0. Tries the classic GUID and, only when no handle carries it
+// (EFI_NOT_FOUND), the later one. Returns 0, LocateHandle's status (e.g.
+// EFI_BUFFER_TOO_SMALL for more than two handles) or the last HandleProtocol
+// status.
+[[nodiscard]] EFI_STATUS LocateHiiProtocol();
+
+// Fills ExportHeader, ExportHeaderSize and DataTableCount from the first
+// ExportSize bytes of ExportBuffer. A buffer too short for a header counts
+// no tables.
+void ReadExportHeader(SetupFormDatabase &Db);

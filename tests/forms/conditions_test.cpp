@@ -1,0 +1,195 @@
+// Condition evaluation: the combining rules, the operator stack, the three
+// scope kinds, and comparisons of wide questions.
+#include "forms_fixture.h"
+
+#include <functional>
+
+namespace forms_test {
+namespace {
+
+using ConditionsTest = FormsTest;
+
+// A is "byte 0 == 1", B is "byte 1 == 1".
+void A(IfrBuilder &Ifr) { Ifr.EqIdVal(0, 1, 1); }
+void B(IfrBuilder &Ifr) { Ifr.EqIdVal(1, 1, 1); }
+
+struct Expression {
+  const char *Name;
+  std::function<void(IfrBuilder &)> Write;
+  std::function<bool(bool, bool)> Expected;
+};
+
+TEST_F(ConditionsTest, OperatorsCombineTermsAsWritten) {
+  const Expression Expressions[] = {
+      {"A", [](IfrBuilder &I) { A(I); }, [](bool a, bool) { return a; }},
+      {"A AND B", [](IfrBuilder &I) { A(I); I.And(); B(I); }, [](bool a, bool b) { return a && b; }},
+      {"A OR B", [](IfrBuilder &I) { A(I); I.Or(); B(I); }, [](bool a, bool b) { return a || b; }},
+      {"A NOT", [](IfrBuilder &I) { A(I); I.Not(); }, [](bool a, bool) { return !a; }},
+      {"NOT A", [](IfrBuilder &I) { I.Not(); A(I); }, [](bool a, bool) { return !a; }},
+      {"A NOT AND B", [](IfrBuilder &I) { A(I); I.Not(); I.And(); B(I); },
+       [](bool a, bool b) { return !a && b; }},
+      {"EQ_ID_ID", [](IfrBuilder &I) { I.EqIdId(0, 1, 1); }, [](bool, bool) { return true; }},
+      {"list holding A's value", [](IfrBuilder &I) { I.EqIdList(0, 1, {7, 1, 9}); },
+       [](bool a, bool) { return a; }},
+      {"list without it", [](IfrBuilder &I) { I.EqIdList(0, 1, {7, 9}); }, [](bool, bool) { return false; }},
+      {"empty list", [](IfrBuilder &I) { I.EqIdList(0, 1, {}); }, [](bool, bool) { return false; }},
+  };
+  for (const Expression &E : Expressions) {
+    for (int Bits = 0; Bits < 4; ++Bits) {
+      const bool a = Bits & 1, b = Bits & 2;
+      SCOPED_TRACE(testing::Message() << E.Name << " a=" << a << " b=" << b);
+      PutSetup(Bytes{uint8_t(a ? 1 : 0), uint8_t(b ? 1 : 0)});
+      ExportBuilder Export;
+      IfrBuilder &Ifr = StartForms(Export).SuppressIf();
+      E.Write(Ifr);
+      Ifr.CheckBox(0, 1, u"Q").EndIf().EndForm().EndFormSet();
+      Load(Export);
+      auto Kept = Questions();
+      ASSERT_EQ(Kept.size(), 1u);
+      EXPECT_EQ(Kept[0]->Flags, E.Expected(a, b) ? SETUP_QUESTION_SUPPRESSED : 0u);
+      EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
+    }
+  }
+}
+
+TEST_F(ConditionsTest, EachScopeSetsItsFlagOnTheFirstQuestionOnly) {
+  struct Scope {
+    const char *Name;
+    std::function<void(IfrBuilder &)> Open;
+    uint32_t Flag;
+  };
+  const Scope Scopes[] = {
+      {"suppress-if", [](IfrBuilder &I) { I.SuppressIf(); }, SETUP_QUESTION_SUPPRESSED},
+      {"gray-out-if", [](IfrBuilder &I) { I.GrayOutIf(); }, SETUP_QUESTION_GRAYED_OUT},
+      {"hidden", [](IfrBuilder &I) { I.Hidden(); }, SETUP_QUESTION_HIDDEN},
+  };
+  PutSetup(Bytes{1, 0});
+  for (const Scope &S : Scopes) {
+    SCOPED_TRACE(S.Name);
+    ExportBuilder Export;
+    IfrBuilder &Ifr = StartForms(Export);
+    S.Open(Ifr);
+    A(Ifr);
+    Ifr.OneOfWithOptions(0, 1, u"First", {{u"Off", 0}, {u"On", 1}}, 0)
+        .OneOfWithOptions(0, 1, u"Second", {{u"Off", 0}, {u"On", 1}}, 0)
+        .EndIf();
+    S.Open(Ifr);
+    B(Ifr);  // does not match
+    Ifr.CheckBox(1, 1, u"Third").EndIf().EndForm().EndFormSet();
+    Load(Export);
+    auto All = Records();
+    ASSERT_EQ(All.size(), 4u);
+    EXPECT_EQ(All[0]->Flags, 0u);  // the form record
+    EXPECT_EQ(All[1]->Flags, S.Flag);
+    EXPECT_EQ(All[2]->Flags, 0u);
+    EXPECT_EQ(All[3]->Flags, 0u);
+    EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
+  }
+}
+
+TEST_F(ConditionsTest, ComparisonsOfWideQuestionsZeroExtendTheConstant) {
+  struct Case {
+    const char *Name;
+    uint8_t Width;
+    uint16_t Value;
+    Bytes Variable;
+    bool Matches;
+  };
+  const Case Cases[] = {
+      {"width 1 compares the low byte only", 1, 0x0101, {0x01, 0x55}, true},
+      {"width 2 compares both bytes", 2, 0x0201, {0x01, 0x02}, true},
+      {"width 2 high byte differs", 2, 0x0201, {0x01, 0x03}, false},
+      {"width 3 zero-extends", 3, 0x0201, {0x01, 0x02, 0x00}, true},
+      {"width 3 with a set third byte", 3, 0x0201, {0x01, 0x02, 0x01}, false},
+      {"width 4 zero-extends", 4, 0x00FF, {0xFF, 0x00, 0x00, 0x00}, true},
+      {"width 4 with a set top byte", 4, 0x00FF, {0xFF, 0x00, 0x00, 0x80}, false},
+      {"width 4 past the end reads zeros", 4, 0x0007, {0x07, 0x00}, true},
+      {"width 4 wholly past the end", 4, 0x0000, {}, true},
+  };
+  for (const Case &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    // The compared bytes start at offset 2, behind two filler bytes.
+    Bytes Data(2, 0xAA);
+    for (uint8_t Byte : C.Variable) Data.push_back(Byte);
+    PutSetup(Data);
+    ExportBuilder Export;
+    StartForms(Export)
+        .GrayOutIf()
+        .EqIdVal(2, C.Width, C.Value)
+        .CheckBox(0, 1, u"Q")
+        .EndIf()
+        .SuppressIf()
+        .EqIdList(2, C.Width, {0x1234, C.Value})
+        .CheckBox(0, 1, u"R")
+        .EndIf()
+        .EndForm()
+        .EndFormSet();
+    Load(Export);
+    auto Kept = Questions();
+    ASSERT_EQ(Kept.size(), 2u);
+    EXPECT_EQ(Kept[0]->Flags, C.Matches ? SETUP_QUESTION_GRAYED_OUT : 0u);
+    EXPECT_EQ(Kept[1]->Flags, C.Matches ? SETUP_QUESTION_SUPPRESSED : 0u);
+    EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
+  }
+}
+
+TEST_F(ConditionsTest, StackHolds51EntriesButEveryComparisonIsEvaluated) {
+  PutSetup(Bytes{0, 1});
+  ExportBuilder Export;
+  IfrBuilder &Ifr = StartForms(Export).SuppressIf();
+  for (int I = 0; I < 51; ++I) A(Ifr);  // none matches
+  B(Ifr);                                // the 52nd matches
+  Ifr.CheckBox(0, 1, u"Q").EndForm().EndFormSet();
+  Load(Export);
+  auto Kept = Questions();
+  ASSERT_EQ(Kept.size(), 1u);
+  EXPECT_EQ(Kept[0]->Flags, SETUP_QUESTION_SUPPRESSED);
+  EXPECT_EQ(Forms().ConditionTop, 50);
+  // The 52nd term was not pushed: the top is still one of the A terms.
+  EXPECT_EQ(Forms().ConditionStack[50].QuestionOffset, 0);
+}
+
+TEST_F(ConditionsTest, ReevaluationReadsTheVarstoreTheTermWasMadeWith) {
+  ExportBuilder Export;
+  DataTableBuilder &Table = Export.AddTable(kFormSetGuid);
+  Table.VariablePack(kFormSetGuid, 1, u"One").VariablePack(kFormSetGuid, 2, u"Two");
+  PutVariable(u"One", kFormSetGuid, Bytes{1});
+  PutVariable(u"Two", kFormSetGuid, Bytes{0});
+  Table.Ifr()
+      .FormSet(kFormSetGuid, u"Setup")
+      .Form(1, u"Main")
+      .SuppressIf()
+      .VarStoreSelect(1)
+      .EqIdVal(0, 1, 1)  // true on One
+      .VarStoreSelect(2)
+      .Not()  // re-evaluates against One: not true
+      .CheckBox(0, 1, u"Q")
+      .EndIf()
+      .EndForm();
+  Load(Export);
+  auto Kept = Questions();
+  ASSERT_EQ(Kept.size(), 1u);
+  EXPECT_EQ(Kept[0]->Flags, 0u);
+  // The context was restored: the question itself reads Two.
+  EXPECT_EQ(Kept[0]->VariableName[0], u'T');
+}
+
+TEST_F(ConditionsTest, TruncatedComparisonsAreIgnored) {
+  PutSetup(Bytes{1, 0});
+  ExportBuilder Export;
+  StartForms(Export)
+      .SuppressIf()
+      .Raw({0x12, 0x05, 0x00, 0x00, 0x01})                    // value missing
+      .Raw({0x14, 0x09, 0x00, 0x00, 0x01, 0x03, 0x00, 0x01, 0x00})  // list of 3 holding 1
+      .CheckBox(0, 1, u"Q")
+      .EndForm()
+      .EndFormSet();
+  Load(Export);
+  auto Kept = Questions();
+  ASSERT_EQ(Kept.size(), 1u);
+  EXPECT_EQ(Kept[0]->Flags, 0u);
+  EXPECT_EQ(Forms().ConditionTop, -1);  // nothing was pushed
+}
+
+}  // namespace
+}  // namespace forms_test

@@ -1,0 +1,166 @@
+// Malformed exports: truncated, corrupted and with lengths that point past
+// the buffer. Nothing may be read outside the export (the sanitizer build
+// checks that) and every text or name a record points at must lie inside it.
+#include "forms_fixture.h"
+#include "fuzz/export_guard.h"
+
+namespace forms_test {
+namespace {
+
+using MalformedExportTest = FormsTest;
+
+// Two tables with every kind of pack and most opcodes.
+Bytes RichExport() {
+  ExportBuilder Export;
+  DataTableBuilder &Table = Export.AddTable(kFormSetGuid, {"fra", "eng"});
+  Table.VariablePack(kFormSetGuid, 1, u"Setup").VariablePack(kOtherGuid, 2, u"Other");
+  Table.Ifr()
+      .FormSet(kFormSetGuid, u"Setup")
+      .Form(1, u"Main")
+      .SuppressIf()
+      .EqIdVal(0, 1, 1)
+      .Or()
+      .EqIdList(1, 2, {1, 2, 3})
+      .OneOfWithOptions(0, 1, u"Mode", {{u"Off", 0}, {u"On", 1}}, 0)
+      .EndIf()
+      .VarStoreSelect(2)
+      .GrayOutIf()
+      .Not()
+      .EqIdVal(0, 4, 0)
+      .Numeric(2, 2, u"Count", {1, 5, 2, 1})
+      .EndIf()
+      .VarStoreSelectPair(1, 2)
+      .OrderedList(6, 2, u"Order")
+      .Option(u"A", 1)
+      .EndOneOf()
+      .CheckBox(3, 1, u"Box")
+      .EndForm()
+      .EndFormSet();
+  // No strings: the IFR pack ends the export, so the walk meets its end.
+  Export.AddTable(kOtherGuid, {})
+      .Ifr()
+      .FormSet(kOtherGuid, u"Second")
+      .Form(2, u"Second form")
+      .CheckBox(0, 1, u"Other box")
+      .EndForm()
+      .EndFormSet();
+  return Export.Build();
+}
+
+bool NulTerminatedInside(const uint8_t *Begin, const uint8_t *End, const void *Text, size_t Units) {
+  const auto *Bytes = static_cast<const uint8_t *>(Text);
+  if (Bytes < Begin || Bytes > End || static_cast<size_t>(End - Bytes) < 2 * (Units + 1)) return false;
+  return Bytes[2 * Units] == 0 && Bytes[2 * Units + 1] == 0;
+}
+
+size_t NameUnits(const uint8_t *Begin, const uint8_t *End, const void *Name) {
+  const auto *Bytes = static_cast<const uint8_t *>(Name);
+  size_t Units = 0;
+  while (Bytes + 2 * Units + 1 < End && (Bytes[2 * Units] != 0 || Bytes[2 * Units + 1] != 0)) ++Units;
+  (void)Begin;
+  return Units;
+}
+
+// Every pointer a record holds into the export lies inside it.
+void ExpectRecordsInsideTheExport(SetupFormDatabase &Db) {
+  const uint8_t *Begin = Db.ExportBuffer;
+  const uint8_t *End = Begin + Db.ExportSize;
+  for (const SetupQuestion *Q = Db.Questions; Q != nullptr; Q = Q->Next) {
+    if (Q->PromptText != nullptr) {
+      EXPECT_TRUE(NulTerminatedInside(Begin, End, Q->PromptText, Q->PromptLength));
+    }
+    if (Q->VariableName != nullptr && Q->VariableName != Db.DefaultVariableName) {
+      EXPECT_TRUE(NulTerminatedInside(Begin, End, Q->VariableName, NameUnits(Begin, End, Q->VariableName)));
+    }
+    if (Q->VariableGuid != nullptr) {
+      const auto *Guid = reinterpret_cast<const uint8_t *>(Q->VariableGuid);
+      EXPECT_TRUE(Guid >= Begin && Guid + sizeof(EFI_GUID) <= End);
+    }
+    if (Q->OpCode != IFR_ONE_OF_OP) continue;
+    for (const SetupOption *O = Q->Options; O != nullptr; O = O->Next) {
+      if (O->Text == nullptr) continue;
+      EXPECT_TRUE(NulTerminatedInside(Begin, End, O->Text, O->TextLength));
+    }
+  }
+}
+
+class MalformedVariablesTest : public MalformedExportTest {
+ protected:
+  void SetUp() override {
+    MalformedExportTest::SetUp();
+    PutSetup(Bytes{1, 2, 0, 3, 0, 0, 0, 0});
+    PutVariable(u"Other", kOtherGuid, Bytes{0, 0, 0, 0});
+  }
+  // Parses with the page slack behind the export unreadable; returns the
+  // number of records made.
+  size_t LoadAndCheck(const Bytes &Image) {
+    InstallBytes(Image);
+    size_t Count = 0;
+    EXPECT_EQ(Forms().RetrieveForms(), EFI_SUCCESS);
+    {
+      ExportGuard Guard(Forms());
+      EXPECT_EQ(Forms().ParseForms(), EFI_SUCCESS);
+      ExpectRecordsInsideTheExport(Forms());
+      Count = Records().size();
+    }
+    EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
+    return Count;
+  }
+};
+
+TEST_F(MalformedVariablesTest, EveryTruncationOfAnExport) {
+  const Bytes Full = RichExport();
+  for (size_t Size = 1; Size <= Full.size(); ++Size) {
+    SCOPED_TRACE(Size);
+    (void)LoadAndCheck(Bytes(Full.begin(), Full.begin() + Size));
+  }
+  EXPECT_EQ(LoadAndCheck(Full), 6u);  // the untouched export parses whole
+}
+
+TEST_F(MalformedVariablesTest, EveryByteCorrupted) {
+  const Bytes Full = RichExport();
+  for (uint8_t Garbage : {uint8_t{0x00}, uint8_t{0xFF}, uint8_t{0x7F}}) {
+    for (size_t At = 0; At < Full.size(); ++At) {
+      SCOPED_TRACE(testing::Message() << "byte " << At << " = " << int(Garbage));
+      Bytes Image = Full;
+      Image[At] = Garbage;
+      (void)LoadAndCheck(Image);
+    }
+  }
+}
+
+TEST_F(MalformedVariablesTest, LengthsThatPointPastTheBuffer) {
+  const Bytes Full = RichExport();
+  const size_t Table = 18;
+  const size_t VariablePacks = Table + hiibuild::GetU32(Full, Table + 30);
+  const size_t Ifr = Table + hiibuild::GetU32(Full, Table + 22);
+  const size_t Strings = Table + hiibuild::GetU32(Full, Table + 26);
+  struct Case {
+    const char *Name;
+    size_t At;
+    uint32_t Value;
+    size_t ExpectedRecords;
+  };
+  const Case Cases[] = {
+      {"table size huge", Table + 18, 0xFFFFFFF0u, 0},
+      {"table size below its header", Table + 18, 20, 0},
+      {"IFR offset huge", Table + 22, 0xFFFFFFF0u, 2},
+      {"IFR pack length huge", Ifr, 0xFFFFFFFFu, 2},
+      {"IFR pack length 0", Ifr, 0, 2},
+      {"first string pack length huge", Strings, 0xFFFFFFFFu, 6},
+      {"first string pack length 0", Strings, 0, 6},
+      {"string pack count huge", Table + 42, 0xFFFFFFFFu, 6},
+      {"first variable pack length 0", VariablePacks, 0, 2},
+      {"second variable pack length huge", VariablePacks + hiibuild::GetU32(Full, VariablePacks), 0xFFFFFFFFu, 6},
+      {"variable pack count huge", Table + 38, 0xFFFFFFFFu, 6},
+  };
+  for (const Case &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    Bytes Image = Full;
+    hiibuild::PutU32(Image, C.At, C.Value);
+    EXPECT_EQ(LoadAndCheck(Image), C.ExpectedRecords);
+  }
+}
+
+}  // namespace
+}  // namespace forms_test

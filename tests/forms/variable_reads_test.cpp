@@ -1,0 +1,94 @@
+// Each distinct variable is read from the firmware once per load, and what
+// records and condition terms see is what a read per use would give.
+#include "forms_fixture.h"
+
+namespace forms_test {
+namespace {
+
+using VariableReadsTest = FormsTest;
+
+// Many questions and condition terms on "Setup" and on a second variable.
+ExportBuilder BusyForms() {
+  ExportBuilder Export;
+  DataTableBuilder &Table = Export.AddTable(kFormSetGuid);
+  Table.VariablePack(kFormSetGuid, 1, u"Setup").VariablePack(kOtherGuid, 2, u"Other");
+  IfrBuilder &Ifr = Table.Ifr().FormSet(kFormSetGuid, u"Setup").Form(1, u"Main").VarStoreSelect(1);
+  for (uint16_t Offset = 0; Offset < 20; ++Offset) {
+    Ifr.SuppressIf().EqIdVal(Offset, 1, 1).And().EqIdVal(0, 1, 1).CheckBox(Offset, 1, u"S").EndIf();
+  }
+  Ifr.VarStoreSelect(2);
+  for (uint16_t Offset = 0; Offset < 5; ++Offset) Ifr.Numeric(Offset, 1, u"O", {0, 3, 1, 0});
+  Ifr.VarStoreSelect(3).CheckBox(0, 1, u"Still other").EndForm().EndFormSet();
+  return Export;
+}
+
+TEST_F(VariableReadsTest, EachDistinctVariableIsReadOncePerLoad) {
+  Bytes Setup(20, 0);
+  Setup[0] = 1;
+  Setup[4] = 1;
+  PutSetup(Setup);
+  PutVariable(u"Other", kOtherGuid, Bytes{3, 2, 1, 0, 9});
+  Install(BusyForms());
+  ASSERT_EQ(Forms().RetrieveForms(), EFI_SUCCESS);
+  Fw().ResetCounters();
+  ASSERT_EQ(Forms().ParseForms(), EFI_SUCCESS);
+  EXPECT_EQ(Fw().Calls(sim::Service::GetVariable), 2u);
+
+  auto Kept = Questions();
+  ASSERT_EQ(Kept.size(), 26u);
+  EXPECT_EQ(Kept[0]->Flags, SETUP_QUESTION_SUPPRESSED);
+  EXPECT_EQ(Kept[4]->Flags, SETUP_QUESTION_SUPPRESSED);
+  EXPECT_EQ(Kept[5]->Flags, 0u);
+  EXPECT_EQ(Kept[20]->Value, 3u);
+  EXPECT_EQ(Kept[24]->Value, 9u);
+  EXPECT_EQ(Kept[24]->VariableSize, 5u);
+
+  // The next load reads afresh and sees the variables as they are then.
+  (void)Forms().DiscardForms();
+  PutVariable(u"Other", kOtherGuid, Bytes{7, 7, 7, 7, 7, 7});
+  Fw().ResetCounters();
+  LoadInstalled();
+  EXPECT_EQ(Fw().Calls(sim::Service::GetVariable), 2u);
+  EXPECT_EQ(Questions()[20]->Value, 7u);
+  EXPECT_EQ(Questions()[24]->VariableSize, 6u);
+}
+
+TEST_F(VariableReadsTest, FailedReadsStayFailedAndKeepTheEarlierContext) {
+  // "Setup" is over the read limit; "Other" is fine. A record on "Setup"
+  // keeps the size and attributes of the last successful read.
+  PutSetup(Bytes(5000, 1));
+  Fw().PutVariable(u"Other", kOtherGuid, 0x3, Bytes{4, 4});
+  Install(BusyForms());
+  ASSERT_EQ(Forms().RetrieveForms(), EFI_SUCCESS);
+  Fw().ResetCounters();
+  ASSERT_EQ(Forms().ParseForms(), EFI_SUCCESS);
+  EXPECT_EQ(Fw().Calls(sim::Service::GetVariable), 2u);
+
+  auto Kept = Questions();
+  ASSERT_EQ(Kept.size(), 26u);
+  for (size_t I = 0; I < 20; ++I) {
+    EXPECT_EQ(Kept[I]->Width, 0) << I;
+    EXPECT_EQ(Kept[I]->Flags, 0u) << I;  // compared zeros
+  }
+  EXPECT_EQ(Kept[20]->Width, 1);
+  EXPECT_EQ(Kept[20]->VariableAttributes, 0x3u);
+}
+
+TEST_F(VariableReadsTest, NoFormSetGuidMeansNoReadsAtAll) {
+  ExportBuilder Export;
+  Export.AddTable(kFormSetGuid).Ifr().Form(1, u"Main").SuppressIf().EqIdVal(0, 1, 0).CheckBox(0, 1, u"Q").EndIf();
+  PutSetup(Bytes{1});
+  Install(Export);
+  ASSERT_EQ(Forms().RetrieveForms(), EFI_SUCCESS);
+  Fw().ResetCounters();
+  ASSERT_EQ(Forms().ParseForms(), EFI_SUCCESS);
+  EXPECT_EQ(Fw().Calls(sim::Service::GetVariable), 0u);
+  auto Kept = Questions();
+  ASSERT_EQ(Kept.size(), 1u);
+  EXPECT_EQ(Kept[0]->Width, 0);
+  EXPECT_EQ(Kept[0]->VariableGuid, nullptr);
+  EXPECT_EQ(Kept[0]->Flags, SETUP_QUESTION_SUPPRESSED);  // zeros equal 0
+}
+
+}  // namespace
+}  // namespace forms_test
