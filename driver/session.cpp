@@ -1,11 +1,11 @@
 #include "driver/session.h"
 
 #include "bioscfg_protocol.h"
-#include "driver/heap_object.h"
 #include "driver/image_state.h"
 #include "driver/last_error_text.h"
 #include "driver/settings_engine.h"
 #include "messages/catalog_access.h"
+#include "runtime/owned.h"
 
 EFI_STATUS RequireSession() {
   if (gImage.SessionOpen) return EFI_SUCCESS;
@@ -18,9 +18,9 @@ SettingsEngine *SessionEngine() { return gImage.SessionOpen ? gImage.Engine : nu
 EFI_STATUS OpenNewSession() {
   if (gImage.SessionOpen) CloseCurrentSession();
 
-  HeapObject<SettingsEngine> Engine(crt::New<SettingsEngine>());
+  crt::HeapObject<SettingsEngine> Engine(crt::New<SettingsEngine>());
   if (!Engine) return BCFG_E_GENERAL_FAILURE;
-  HeapObject<MessageCatalogHolder> Holder(crt::New<MessageCatalogHolder>());
+  crt::HeapObject<MessageCatalogHolder> Holder(crt::New<MessageCatalogHolder>());
   if (!Holder) return BCFG_E_GENERAL_FAILURE;
   // A failed load leaves no catalog behind, so dropping the holder with the
   // engine below destroys nothing else.

@@ -8,6 +8,7 @@
 #include "forms/framework_hii.h"
 #include "forms/hii_retrieval.h"
 #include "runtime/crt.h"
+#include "runtime/owned.h"
 
 namespace {
 
@@ -41,27 +42,6 @@ constexpr UINTN HII_HANDLE_SLOTS = 2;
   }
   return Last;
 }
-
-// Owns a freshly allocated export buffer until it is handed to the database.
-class ExportAllocation {
- public:
-  explicit ExportAllocation(UINT32 Size) : Block(static_cast<UINT8 *>(crt::AllocateBelow4G(Size))) {
-    if (Block != nullptr) crt::memset(Block, 0, Size);
-  }
-  ~ExportAllocation() { crt::FreeBelow4G(Block); }
-  ExportAllocation(const ExportAllocation &) = delete;
-  ExportAllocation &operator=(const ExportAllocation &) = delete;
-
-  UINT8 *Get() const { return Block; }
-  UINT8 *Release() {
-    UINT8 *Owned = Block;
-    Block = nullptr;
-    return Owned;
-  }
-
- private:
-  UINT8 *Block;
-};
 
 }  // namespace
 
@@ -116,11 +96,12 @@ EFI_STATUS SetupFormDatabase::RetrieveForms() {
   }
 
   UINT32 Allocated = ExportSize;
-  ExportAllocation Buffer(Allocated);
-  if (Buffer.Get() == nullptr) {
+  crt::PagesBelow4G<UINT8> Buffer(static_cast<UINT8 *>(crt::AllocateBelow4G(Allocated)));
+  if (!Buffer) {
     ExportSize = 0;
     return EFI_OUT_OF_RESOURCES;
   }
+  crt::memset(Buffer.Get(), 0, Allocated);
   UINTN Written = Allocated;
   EFI_STATUS Status = gImage.Hii->ExportDatabase(gImage.Hii, gImage.HiiHandle, &Written, Buffer.Get());
   if (EFI_ERROR(Status)) {

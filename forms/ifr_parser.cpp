@@ -12,26 +12,12 @@
 #include "forms/string_lookup.h"
 #include "forms/variable_store.h"
 #include "runtime/crt.h"
+#include "runtime/owned.h"
 
 namespace {
 
 // Owns a record until it joins the question list.
-class RecordOwner {
- public:
-  explicit RecordOwner(SetupQuestion *Record) : Record(Record) {}
-  ~RecordOwner() { crt::free(Record); }
-  RecordOwner(const RecordOwner &) = delete;
-  RecordOwner &operator=(const RecordOwner &) = delete;
-  SetupQuestion *Get() const { return Record; }
-  SetupQuestion *Release() {
-    SetupQuestion *Owned = Record;
-    Record = nullptr;
-    return Owned;
-  }
-
- private:
-  SetupQuestion *Record;
-};
+using RecordOwner = crt::HeapPtr<SetupQuestion>;
 
 void DropPendingOptions(SetupFormDatabase &Db) {
   FreeOptionList(Db.PendingOptions);
@@ -135,8 +121,11 @@ void HandleOpcode(SetupFormDatabase &Db, const UINT8 *Op, UINT8 Length) {
   if (TrackDroppedOptionScope(Db, Code)) return;
   const bool Truncated = Length < OperandBytesNeeded(Code);
 
-  // Every opcode starts with a record, as the firmware's own parser does;
-  // when even that fails the opcode is passed over.
+  // Every opcode first takes a record, kept only for forms and questions.
+  // When even that allocation fails the opcode is passed over, condition and
+  // varstore opcodes included, so memory pressure degrades every opcode the
+  // same way. A one-of passed over drops its options rather than hand them
+  // to the question before it.
   RecordOwner Record(static_cast<SetupQuestion *>(crt::calloc(1, sizeof(SetupQuestion))));
   if (Record.Get() == nullptr || Truncated) {
     if (Code == IFR_OP_ONE_OF) Db.DroppingOptions = 1;

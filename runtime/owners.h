@@ -1,34 +1,13 @@
-// RAII owners for the runtime's own resources: heap memory and open
-// EFI_FILE_PROTOCOL handles. Release() hands ownership over.
+// RAII owners for the runtime's own resources: heap memory (runtime/owned.h)
+// and open EFI_FILE_PROTOCOL handles. Release() hands ownership over.
 #pragma once
 
 #include "runtime/crt.h"
+#include "runtime/owned.h"
 
 namespace crt::detail {
 
-template <class T> class HeapPtr {
- public:
-  HeapPtr() = default;
-  explicit HeapPtr(T *Block) : Block(Block) {}
-  ~HeapPtr() { crt::free(Block); }
-  HeapPtr(const HeapPtr &) = delete;
-  HeapPtr &operator=(const HeapPtr &) = delete;
-
-  T *Get() const { return Block; }
-  T *Release() {
-    T *Owned = Block;
-    Block = nullptr;
-    return Owned;
-  }
-  void Reset(T *NewBlock) {
-    crt::free(Block);
-    Block = NewBlock;
-  }
-  explicit operator bool() const { return Block != nullptr; }
-
- private:
-  T *Block = nullptr;
-};
+using crt::HeapPtr;
 
 class FileHandle {
  public:
