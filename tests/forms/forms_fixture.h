@@ -36,6 +36,17 @@ inline std::u16string Str(const CHAR16 *Text, size_t Length) {
   return std::u16string(reinterpret_cast<const char16_t *>(Text), Length);
 }
 
+inline std::u16string Prompt(const SetupQuestion *Q) { return Str(Q->PromptText, Q->PromptLength); }
+
+// A NUL-terminated wide name read byte by byte (it may be unaligned).
+inline std::u16string NameOf(const CHAR16 *Name) {
+  if (Name == nullptr) return u"<none>";
+  std::u16string Out;
+  const auto *B = reinterpret_cast<const uint8_t *>(Name);
+  for (size_t I = 0; B[I] != 0 || B[I + 1] != 0; I += 2) Out.push_back(char16_t(B[I] | (B[I + 1] << 8)));
+  return Out;
+}
+
 inline bool SameGuid(const EFI_GUID *A, const EFI_GUID &B) {
   return A != nullptr && std::memcmp(A, &B, sizeof(EFI_GUID)) == 0;
 }
@@ -104,18 +115,21 @@ class FormsTest : public SimTest {
   }
   void PutSetup(const Bytes &Data) { PutVariable(u"Setup", kFormSetGuid, Data); }
 
-  std::vector<const SetupQuestion *> Records() const {
-    std::vector<const SetupQuestion *> All;
-    for (const SetupQuestion *Q = Db->Questions; Q != nullptr; Q = Q->Next) All.push_back(Q);
-    return All;
-  }
-  // Question records only (no form records).
-  std::vector<const SetupQuestion *> Questions() const {
-    std::vector<const SetupQuestion *> Kept;
-    for (const SetupQuestion *Q : Records()) {
-      if (Q->OpCode != IFR_FORM_OP) Kept.push_back(Q);
+  // Fn applied to every record in list order, or to question records only.
+  template <class F>
+  auto Map(F Fn, bool QuestionsOnly = false) const {
+    std::vector<decltype(Fn(Db->Questions))> Out;
+    for (const SetupQuestion *Q = Db->Questions; Q != nullptr; Q = Q->Next) {
+      if (!QuestionsOnly || Q->OpCode != IFR_FORM_OP) Out.push_back(Fn(Q));
     }
-    return Kept;
+    return Out;
+  }
+  static const SetupQuestion *Self(const SetupQuestion *Q) { return Q; }
+  std::vector<const SetupQuestion *> Records() const { return Map(Self); }
+  std::vector<const SetupQuestion *> Questions() const { return Map(Self, true); }
+  std::vector<std::u16string> Prompts() const { return Map(Prompt); }
+  std::vector<uint32_t> QuestionFlags() const {
+    return Map([](const SetupQuestion *Q) -> uint32_t { return Q->Flags; }, true);
   }
 
  private:

@@ -1,8 +1,8 @@
 // Helpers to take a catalog file apart and damage it in controlled ways.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 namespace catalog_bytes {
@@ -22,12 +22,8 @@ inline uint16_t WordSum(const std::vector<uint8_t> &B) {
 // the sum, so a damaged file can still pass it).
 inline std::vector<uint8_t> Balanced(std::vector<uint8_t> B) {
   if (B.size() % 2 != 0) B.push_back(0);
-  const uint16_t Sum = WordSum(B);
-  if (Sum != 0) {
-    const uint16_t Fix = static_cast<uint16_t>(0x10000 - Sum);
-    B.push_back(static_cast<uint8_t>(Fix));
-    B.push_back(static_cast<uint8_t>(Fix >> 8));
-  }
+  const auto Fix = static_cast<uint16_t>(0x10000 - WordSum(B));
+  if (Fix != 0) B.insert(B.end(), {static_cast<uint8_t>(Fix), static_cast<uint8_t>(Fix >> 8)});
   return B;
 }
 inline size_t OffsetEntry(uint32_t N) { return 4 + 4 * N; }

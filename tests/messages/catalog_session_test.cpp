@@ -3,7 +3,6 @@
 #include "driver/image_state.h"
 #include "driver/last_error_text.h"
 #include "messages/message_catalog.h"
-#include "tests/messages/catalog_bytes.h"
 #include "tests/support/driver_harness.h"
 
 #include <string>
@@ -12,68 +11,61 @@ namespace {
 
 using CatalogSessionTest = DriverTest;
 
-TEST_F(CatalogSessionTest, MissingFileFailsTheSessionUntilItIsPlaced) {
+TEST_F(CatalogSessionTest, MissingOrCorruptFileFailsTheSessionUntilItIsPlaced) {
   RemoveCatalog();
   EXPECT_EQ(Proto()->OpenSession(Proto()), BCFG_E_GENERAL_FAILURE);
-  EXPECT_EQ(gImage.SessionOpen, 0);
   EXPECT_EQ(gImage.Engine, nullptr);
   EXPECT_EQ(gImage.Catalog, nullptr);
   EXPECT_EQ(Proto()->CloseSession(Proto()), BCFG_E_GENERAL_FAILURE);
-
   PlaceCatalog();
-  EXPECT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
-  EXPECT_EQ(gImage.SessionOpen, 1);
-  // Message 8 had no catalog to come from, so there is no text to fetch.
-  EXPECT_EQ(ErrorText(), u"");
-}
-
-TEST_F(CatalogSessionTest, CorruptFileFailsTheSessionAndKeepsTheEarlierText) {
   ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
+  EXPECT_EQ(ErrorText(), u"") << "message 8 had no catalog to come from";
+
   ASSERT_NE(SetLastErrorText(W(u"before")), nullptr);
   auto Bad = DriverCatalogImage();
-  Bad[Bad.size() - 1] ^= 0x01;
+  Bad.back() ^= 0x01;
   PlaceCatalogBytes(Bad);
   EXPECT_EQ(Proto()->OpenSession(Proto()), BCFG_E_GENERAL_FAILURE);
   EXPECT_EQ(gImage.SessionOpen, 0) << "the reopen closed the old session first";
-
   PlaceCatalog();
   ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
   EXPECT_EQ(ErrorText(), u"before");
 }
 
-TEST_F(CatalogSessionTest, UnusableTorvelPathsCannotOpenTheFile) {
-  struct Case {
+TEST_F(CatalogSessionTest, TorvelPathIsJoinedAsItIsAndLimitedInLength) {
+  // "fs0:\" and 58 or 59 letters: 63 or 64 characters, both folders holding the file.
+  const std::string Folder63(58, 'd');
+  PlaceCatalogBytes(DriverCatalogImage(), VolumeDir() + "/" + Folder63);
+  PlaceCatalogBytes(DriverCatalogImage(), VolumeDir() + "/" + Folder63 + "d");
+  const std::u16string Dir63 = u"fs0:\\" + std::u16string(Folder63.begin(), Folder63.end());
+  const struct {
     const char *What;
     std::u16string Value;  // empty: variable removed
+    std::u16string Path;   // empty: the file cannot be opened
+  } Cases[] = {
+      {"trailing separator", u"fs0:\\tools\\", u"fs0:\\tools\\/bioscfg.str"},
+      {"63 characters", Dir63, Dir63 + u"/bioscfg.str"},
+      {"unset", u"", u""},
+      {"64 characters", u"fs0:\\" + std::u16string(59, u'd'), u""},
+      {"far too long", u"fs0:\\" + std::u16string(300, u'd'), u""},
+      {"folder without the file", u"fs0:\\nowhere", u""},
   };
-  const Case Cases[] = {
-      {"unset", u""},
-      {"64 characters", u"fs0:\\" + std::u16string(59, u'd')},
-      {"far too long", u"fs0:\\" + std::u16string(300, u'd')},
-      {"folder without the file", u"fs0:\\nowhere"},
-  };
-  for (const Case &C : Cases) {
+  for (const auto &C : Cases) {
     if (C.Value.empty()) {
       RemoveTorvelPath();
     } else {
       SetTorvelPath(C.Value);
     }
     ASSERT_EQ(ReloadDriver(), EFI_SUCCESS) << C.What;
+    const bool Opens = !C.Path.empty();
     {
       MessageCatalog Catalog;
-      EXPECT_EQ(Catalog.Load(W(u"/bioscfg.str"), 0), CATALOG_CANNOT_OPEN) << C.What;
-      EXPECT_EQ(Catalog.FilePath, nullptr) << C.What;
+      EXPECT_EQ(Catalog.Load(W(u"/bioscfg.str"), 0), Opens ? CATALOG_LOADED : CATALOG_CANNOT_OPEN) << C.What;
+      const auto *Path = reinterpret_cast<const char16_t *>(Catalog.FilePath);
+      EXPECT_EQ(Path ? std::u16string(Path) : u"", C.Path) << C.What;
     }
-    EXPECT_EQ(Proto()->OpenSession(Proto()), BCFG_E_GENERAL_FAILURE) << C.What;
+    EXPECT_EQ(Proto()->OpenSession(Proto()), Opens ? EFI_SUCCESS : BCFG_E_GENERAL_FAILURE) << C.What;
   }
-}
-
-TEST_F(CatalogSessionTest, SixtyThreeCharacterDirectoryIsAccepted) {
-  const std::string Folder(58, 'd');  // "fs0:\" + 58 = 63 characters
-  PlaceCatalogBytes(DriverCatalogImage(), VolumeDir() + "/" + Folder);
-  SetTorvelPath(u"fs0:\\" + std::u16string(Folder.begin(), Folder.end()));
-  ASSERT_EQ(ReloadDriver(), EFI_SUCCESS);
-  EXPECT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
 }
 
 }  // namespace

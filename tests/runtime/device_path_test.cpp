@@ -1,7 +1,10 @@
-// Device path helpers that need no firmware: the size of a path from
-// firmware (which may be malformed) and the order the Shell numbers volumes in.
+// Device paths: the size of a path from firmware (which may be malformed),
+// the order the Shell numbers volumes in, the image folder, and
+// FileDevicePathOf through the simulated firmware's handle database.
 #include "runtime/crt.h"
+#include "runtime/file_names.h"
 #include "runtime/volumes.h"
+#include "tests/support/sim_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -27,32 +30,35 @@ void AddFilePath(Bytes &Path, const std::u16string &Text) {
   AddNode(Path, MEDIA_DEVICE_PATH, MEDIA_FILEPATH_DP, Payload);
 }
 
-const EFI_DEVICE_PATH *AsPath(const Bytes &Path) { return reinterpret_cast<const EFI_DEVICE_PATH *>(Path.data()); }
-
-Bytes PciPath(UINT8 Device, UINT8 Function) {
+// PCI device 1 function 0, then file-path nodes, then the end node.
+Bytes PciPath(UINT8 Device, std::vector<std::u16string> Files = {}) {
   Bytes Path;
-  AddNode(Path, HARDWARE_DEVICE_PATH, HW_PCI_DP, {Function, Device});
+  AddNode(Path, HARDWARE_DEVICE_PATH, HW_PCI_DP, {0, Device});
+  for (const std::u16string &File : Files) AddFilePath(Path, File);
   AddEnd(Path);
   return Path;
 }
 
-TEST(DevicePathBytes, CountsUpToAndIncludingEndNode) {
-  Bytes Path;
-  AddNode(Path, HARDWARE_DEVICE_PATH, HW_PCI_DP, {0, 1});
-  AddFilePath(Path, u"\\a");
-  AddEnd(Path);
-  Path.insert(Path.end(), {0xEE, 0xEE});  // beyond the end node: not counted
-  EXPECT_EQ(crt::detail::DevicePathBytes(AsPath(Path)), Path.size() - 2);
+using FileDevicePathTest = SimTest;
+
+const EFI_DEVICE_PATH *AsPath(const Bytes &Path) { return reinterpret_cast<const EFI_DEVICE_PATH *>(Path.data()); }
+
+Bytes BytesOf(const EFI_DEVICE_PATH *Path) {
+  const auto *Start = reinterpret_cast<const UINT8 *>(Path);
+  return Bytes(Start, Start + crt::detail::DevicePathBytes(Path));
 }
 
-TEST(DevicePathBytes, RejectsMalformedPaths) {
+TEST(DevicePathBytes, CountsUpToEndNodeAndRejectsMalformedPaths) {
+  Bytes Path = PciPath(1, {u"\\a"});
+  Path.insert(Path.end(), {0xEE, 0xEE});  // beyond the end node: not counted
+  EXPECT_EQ(crt::detail::DevicePathBytes(AsPath(Path)), Path.size() - 2);
+
   EXPECT_EQ(crt::detail::DevicePathBytes(nullptr), 0u);
   Bytes ZeroLength = {HARDWARE_DEVICE_PATH, HW_PCI_DP, 0, 0};
   AddEnd(ZeroLength);
   EXPECT_EQ(crt::detail::DevicePathBytes(AsPath(ZeroLength)), 0u) << "a zero-length node would loop forever";
-
-  // Nodes that never end within the limit: 16 KiB nodes of 4-byte-long
-  // vendor data, with the buffer sized to the limit so ASan sees overreads.
+  // Nodes that never end within the limit, the buffer sized to the limit so
+  // ASan sees overreads.
   Bytes Endless;
   while (Endless.size() + 0x4000 <= crt::detail::MAX_DEVICE_PATH_BYTES) {
     AddNode(Endless, HARDWARE_DEVICE_PATH, HW_VENDOR_DP, Bytes(0x4000 - 4, 0));
@@ -61,24 +67,72 @@ TEST(DevicePathBytes, RejectsMalformedPaths) {
 }
 
 TEST(VolumeOrder, SortsBytewiseWithPrefixFirst) {
-  Bytes A = PciPath(1, 0);
-  Bytes B = PciPath(2, 0);
-  Bytes Longer;  // PCI 1.0 followed by a file path: shares A's first node
-  AddNode(Longer, HARDWARE_DEVICE_PATH, HW_PCI_DP, {0, 1});
-  AddFilePath(Longer, u"x");
-  AddEnd(Longer);
   auto Compare = [](const Bytes &L, const Bytes &R) {
     return crt::detail::CompareDevicePaths(AsPath(L), L.size(), AsPath(R), R.size());
   };
-  EXPECT_LT(Compare(A, B), 0);
-  EXPECT_GT(Compare(B, A), 0);
-  EXPECT_EQ(Compare(A, A), 0);
-  EXPECT_LT(Compare(Longer, A), 0) << "the file-path node type 0x04 sorts before the end node type 0x7F";
+  EXPECT_LT(Compare(PciPath(1), PciPath(2)), 0);
+  EXPECT_GT(Compare(PciPath(2), PciPath(1)), 0);
+  EXPECT_EQ(Compare(PciPath(1), PciPath(1)), 0);
+  EXPECT_LT(Compare(PciPath(1, {u"x"}), PciPath(1)), 0) << "file-path node type 0x04 sorts before end type 0x7F";
+  EXPECT_LT(Compare({1, 2, 3}, {1, 2, 3, 0}), 0) << "a prefix sorts first";
+  EXPECT_GT(Compare({1, 2, 3, 0}, {1, 2, 3}), 0);
+}
 
-  Bytes Prefix = {1, 2, 3};
-  Bytes Extended = {1, 2, 3, 0};
-  EXPECT_LT(Compare(Prefix, Extended), 0) << "a prefix sorts first";
-  EXPECT_GT(Compare(Extended, Prefix), 0);
+TEST_F(FileDevicePathTest, ImageFolderIsTextUpToLastSeparator) {
+  const std::pair<std::vector<std::u16string>, const char *> Cases[] = {
+      {{u"\\EFI\\tools\\bioscfg.efi"}, "\\EFI\\tools"}, {{u"\\bioscfg.efi"}, ""}, {{u"bioscfg.efi"}, ""},
+      {{u"\\tools", u"\\sub\\x.efi"}, "\\tools\\sub"}, {{}, nullptr}};
+  for (const auto &[Files, Expected] : Cases) {
+    Bytes Path = PciPath(1, Files);
+    CHAR16 *Folder = crt::detail::ImageFolderOf(AsPath(Path));
+    if (Expected == nullptr) {
+      EXPECT_EQ(Folder, nullptr);
+      continue;
+    }
+    ASSERT_NE(Folder, nullptr) << Expected;
+    std::string Text;
+    for (CHAR16 *At = Folder; *At != 0; ++At) Text.push_back(static_cast<char>(*At));
+    crt::free(Folder);
+    EXPECT_EQ(Text, Expected);
+  }
+}
+
+TEST_F(FileDevicePathTest, VolumesAreNumberedAsTheShellNumbersThem) {
+  MountExtraVolume();
+  MountExtraVolume();
+  for (size_t Index = 0; Index < 3; ++Index) {
+    EXPECT_EQ(crt::detail::VolumeHandle(Index), Fw().VolumeHandle(Index)) << "fs" << Index;
+  }
+  EXPECT_EQ(crt::detail::VolumeHandle(3), nullptr);
+}
+
+TEST_F(FileDevicePathTest, PathIsVolumeThenFileNode) {
+  MountExtraVolume();
+  const std::tuple<const char *, size_t, std::u16string> Cases[] = {
+      {"iniparse.efi", 0, u"\\tools\\iniparse.efi"},
+      {"fs1:\\bin\\iniparse.efi", 1, u"\\bin\\iniparse.efi"},
+      {"fs0:/a//b.efi", 0, u"\\a\\b.efi"},
+      {"\\root.efi", 0, u"\\root.efi"}};
+  for (const auto &[Name, Volume, OnVolume] : Cases) {
+    size_t LiveBefore = crt::LiveBlockCount();
+    EFI_DEVICE_PATH *Path = crt::FileDevicePathOf(Name);
+    ASSERT_NE(Path, nullptr) << Name;
+    EFI_DEVICE_PATH *VolumePath = nullptr;
+    ASSERT_EQ(crt::SystemTable()->BootServices->HandleProtocol(Fw().VolumeHandle(Volume), &gEfiDevicePathProtocolGuid,
+                                                               reinterpret_cast<void **>(&VolumePath)),
+              EFI_SUCCESS);
+    Bytes Expected = BytesOf(VolumePath);
+    Expected.resize(Expected.size() - 4);  // without its end node
+    AddFilePath(Expected, OnVolume);
+    AddEnd(Expected);
+    EXPECT_EQ(BytesOf(Path), Expected) << Name;
+    crt::FreeDevicePath(Path);
+    EXPECT_EQ(crt::LiveBlockCount(), LiveBefore);
+  }
+  for (const char *Bad : {"fs5:\\x.efi", "net0:\\x.efi", static_cast<const char *>(nullptr)}) {
+    EXPECT_EQ(crt::FileDevicePathOf(Bad), nullptr);
+  }
+  crt::FreeDevicePath(nullptr);
 }
 
 }  // namespace
