@@ -7,12 +7,12 @@
 #include "forms/setup_form_database.h"
 #include "runtime/crt.h"
 #include "sim/firmware.h"
+#include "sim/temp_folder.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -59,9 +59,9 @@ int main(int Argc, char **Argv) {
   bench::SyntheticDatabase Synthetic = bench::BuildSyntheticDatabase({});
 
   sim::Firmware Fw;
-  std::string Folder = (std::filesystem::temp_directory_path() / "bioscfg-bench-XXXXXX").string();
-  if (mkdtemp(Folder.data()) == nullptr) return 1;
-  EFI_HANDLE Volume = Fw.MountVolume(Folder);
+  sim::TempFolder Folder("bioscfg-bench");
+  if (Folder.Path().empty()) return 1;
+  EFI_HANDLE Volume = Fw.MountVolume(Folder.Path());
   EFI_HANDLE Image = Fw.CreateLoadedImage(Volume, u"\\bench.efi");
   Fw.InstallHii(Synthetic.Export, Synthetic.HiiProtocolGuid);
   for (const auto &V : Synthetic.Variables) Fw.PutVariable(V.Name, V.Guid, V.Attributes, V.Data);
@@ -82,8 +82,6 @@ int main(int Argc, char **Argv) {
     Loads.push_back(Figures);
   }
   crt::Shutdown();
-  std::error_code Ignored;
-  std::filesystem::remove_all(Folder, Ignored);
 
   std::vector<double> Times;
   for (const LoadFigures &L : Loads) Times.push_back(L.Milliseconds);

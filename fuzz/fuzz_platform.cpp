@@ -5,6 +5,7 @@
 #include "fuzz/seed_guids.h"
 #include "platform/sample_platform.h"
 #include "runtime/crt.h"
+#include "sim/temp_folder.h"
 
 #include <cstdlib>
 #include <string>
@@ -13,15 +14,13 @@
 namespace fuzz {
 namespace {
 
-std::string MakeVolumeFolder() {
-  std::string Pattern = "/tmp/bioscfg-fuzz-XXXXXX";
-  if (mkdtemp(Pattern.data()) == nullptr) std::abort();
-  return Pattern;
-}
-
 sim::Firmware *Build() {
+  // The platform lives as long as the fuzzing process; its folder is
+  // removed when the process exits.
+  static sim::TempFolder Folder("bioscfg-fuzz");
+  if (Folder.Path().empty()) std::abort();
   auto *Fw = new sim::Firmware();
-  EFI_HANDLE Volume = Fw->MountVolume(MakeVolumeFolder());
+  EFI_HANDLE Volume = Fw->MountVolume(Folder.Path());
   EFI_HANDLE Image = Fw->CreateLoadedImage(Volume, u"\\forms_fuzz.efi");
   if (Image == nullptr || crt::Startup(Image, Fw->SystemTable()) != EFI_SUCCESS) std::abort();
   gImage.SystemTableCopy = *Fw->SystemTable();

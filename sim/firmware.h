@@ -53,6 +53,9 @@ struct VariableRecord {
   std::vector<uint8_t> Data;
 };
 
+// {158DEF5A-F656-419C-B027-7A3192C079D2}: where the UEFI Shell keeps `set` values.
+extern const EFI_GUID ShellVariableGuid;
+
 class Firmware {
  public:
   Firmware();  // becomes the active platform; at most one at a time
@@ -105,6 +108,10 @@ class Firmware {
   std::optional<VariableRecord> FindVariable(const std::u16string &Name, const EFI_GUID &Guid) const;
   std::vector<VariableRecord> Variables() const;
   void ClearVariables();
+  // Stores a variable as the UEFI Shell's `set` does: non-volatile with
+  // boot-service access, under ShellVariableGuid, the value as UCS-2
+  // without a terminating NUL.
+  void SetShellVariable(const std::u16string &Name, const std::u16string &Value);
 
   // Volumes, numbered fs0:, fs1: ... in the order the UEFI Shell gives them.
   // Returns the volume's handle.

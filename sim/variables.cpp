@@ -146,6 +146,17 @@ void WireVariableServices(EFI_RUNTIME_SERVICES &Runtime) {
   Runtime.QueryVariableInfo = QueryVariableInfo;
 }
 
+const EFI_GUID ShellVariableGuid = {0x158DEF5A, 0xF656, 0x419C, {0xB0, 0x27, 0x7A, 0x31, 0x92, 0xC0, 0x79, 0xD2}};
+
+void Firmware::SetShellVariable(const std::u16string &Name, const std::u16string &Value) {
+  std::vector<uint8_t> Data;
+  for (char16_t C : Value) {
+    Data.push_back(static_cast<uint8_t>(C));
+    Data.push_back(static_cast<uint8_t>(C >> 8));
+  }
+  PutVariable(Name, ShellVariableGuid, EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS, Data);
+}
+
 void Firmware::PutVariable(const std::u16string &Name, const EFI_GUID &Guid, UINT32 Attributes,
                            const std::vector<uint8_t> &Data) {
   auto It = Find(*S, Name, Guid);

@@ -12,8 +12,6 @@
 
 namespace fs = std::filesystem;
 
-const EFI_GUID kShellVariableGuid = {
-    0x158DEF5A, 0xF656, 0x419C, {0xB0, 0x27, 0x7A, 0x31, 0x92, 0xC0, 0x79, 0xD2}};
 const EFI_GUID kFrameworkHiiProtocolGuid = {
     0xEA816D2C, 0xCEE5, 0x4F02, {0x99, 0xB5, 0xD3, 0x90, 0x5C, 0xBB, 0xD0, 0x77}};
 
@@ -22,12 +20,6 @@ namespace {
 // The repository root, found from this file's own path (CMake compiles it
 // by absolute path).
 fs::path SourceRoot() { return fs::path(__FILE__).parent_path().parent_path().parent_path(); }
-
-std::string MakeTempFolder() {
-  std::string Pattern = (fs::temp_directory_path() / "bioscfg-driver-XXXXXX").string();
-  if (mkdtemp(Pattern.data()) == nullptr) throw std::runtime_error("mkdtemp failed");
-  return Pattern;
-}
 
 }  // namespace
 
@@ -49,7 +41,9 @@ std::vector<uint8_t> EmptyHiiExport() { return std::vector<uint8_t>(18, 0); }
 
 void DriverTest::SetUp() {
   Firmware = std::make_unique<sim::Firmware>();
-  Volume = MakeTempFolder();
+  Folder = std::make_unique<sim::TempFolder>("bioscfg-driver");
+  ASSERT_FALSE(Folder->Path().empty()) << "cannot make a temporary folder";
+  Volume = Folder->Path();
   fs::create_directories(ToolsDir());
   Fw().MountVolume(Volume);
   PlaceCatalog();
@@ -66,8 +60,7 @@ void DriverTest::TearDown() {
   EXPECT_EQ(Fw().LivePoolBlocks(), 0u) << "pool blocks left after the driver unloaded";
   EXPECT_EQ(Fw().LivePageRuns(), 0u) << "pages left after the driver unloaded";
   Firmware.reset();
-  std::error_code Ignored;
-  fs::remove_all(Volume, Ignored);
+  Folder.reset();
 }
 
 std::u16string DriverTest::ErrorText() {
@@ -118,17 +111,11 @@ void DriverTest::PlaceCatalogBytes(const std::vector<uint8_t> &Bytes, const std:
 void DriverTest::RemoveCatalog() { fs::remove(fs::path(ToolsDir()) / "bioscfg.str"); }
 
 void DriverTest::SetTorvelPath(const std::u16string &Value) {
-  std::vector<uint8_t> Data;
-  for (char16_t C : Value) {
-    Data.push_back(static_cast<uint8_t>(C));
-    Data.push_back(static_cast<uint8_t>(C >> 8));
-  }
-  Fw().PutVariable(u"TORVEL_PATH", kShellVariableGuid,
-                   EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS, Data);
+  Fw().SetShellVariable(u"TORVEL_PATH", Value);
 }
 
 void DriverTest::RemoveTorvelPath() {
-  EFI_GUID Guid = kShellVariableGuid;
+  EFI_GUID Guid = sim::ShellVariableGuid;
   CHAR16 Name[] = {'T', 'O', 'R', 'V', 'E', 'L', '_', 'P', 'A', 'T', 'H', 0};
   Fw().SystemTable()->RuntimeServices->SetVariable(Name, &Guid, 0, 0, nullptr);
 }

@@ -12,6 +12,7 @@
 
 #include "bioscfg_protocol.h"
 #include "sim/firmware.h"
+#include "sim/temp_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -20,8 +21,6 @@
 #include <string>
 #include <vector>
 
-// {158DEF5A-F656-419C-B027-7A3192C079D2}: where the Shell keeps `set` values.
-extern const EFI_GUID kShellVariableGuid;
 // {EA816D2C-CEE5-4F02-99B5-D3905CBBD077}
 extern const EFI_GUID kFrameworkHiiProtocolGuid;
 
@@ -71,6 +70,7 @@ class DriverTest : public ::testing::Test {
 
  private:
   std::unique_ptr<sim::Firmware> Firmware;
+  std::unique_ptr<sim::TempFolder> Folder;
   std::string Volume;
   EFI_HANDLE Driver = nullptr;
   BIOS_CONFIG_PROTOCOL *Protocol = nullptr;

@@ -5,22 +5,6 @@
 #include <cstdlib>
 #include <filesystem>
 
-TempFolder::TempFolder() {
-  const char *Base = std::getenv("TMPDIR");
-  std::string Pattern = std::string(Base != nullptr && *Base != 0 ? Base : "/tmp") + "/bioscfg-sim-XXXXXX";
-  if (mkdtemp(Pattern.data()) == nullptr) {
-    ADD_FAILURE() << "cannot create a temporary folder from " << Pattern;
-    return;
-  }
-  Path_ = Pattern;
-}
-
-TempFolder::~TempFolder() {
-  if (Path_.empty()) return;
-  std::error_code Error;
-  std::filesystem::remove_all(Path_, Error);
-}
-
 void SimTest::SetUp() {
   Firmware_ = std::make_unique<sim::Firmware>();
   const std::string Root = MountExtraVolume();
@@ -54,8 +38,9 @@ std::string SimTest::VolumeDir(int Index) {
 }
 
 std::string SimTest::MountExtraVolume() {
-  Folders_.push_back(std::make_unique<TempFolder>());
+  Folders_.push_back(std::make_unique<TempFolder>("bioscfg-sim"));
   const std::string &Folder = Folders_.back()->Path();
+  EXPECT_FALSE(Folder.empty()) << "cannot make a temporary folder";
   EXPECT_NE(Firmware_->MountVolume(Folder), nullptr);
   return Folder;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "sim/firmware.h"
+#include "sim/temp_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -10,19 +11,7 @@
 #include <string>
 #include <vector>
 
-// A fresh host folder under the system's temporary directory, removed with
-// everything in it when the object goes.
-class TempFolder {
- public:
-  TempFolder();
-  ~TempFolder();
-  TempFolder(const TempFolder &) = delete;
-  TempFolder &operator=(const TempFolder &) = delete;
-  const std::string &Path() const { return Path_; }
-
- private:
-  std::string Path_;
-};
+using sim::TempFolder;
 
 class SimTest : public ::testing::Test {
  protected:

@@ -11,9 +11,6 @@ namespace fs = std::filesystem;
 
 namespace bioscfgsim {
 
-// {158DEF5A-F656-419C-B027-7A3192C079D2}: where the UEFI Shell keeps `set` values.
-static constexpr EFI_GUID kShellVariableGuid = {
-    0x158def5a, 0xf656, 0x419c, {0xb0, 0x27, 0x7a, 0x31, 0x92, 0xc0, 0x79, 0xd2}};
 
 std::string StatusText(EFI_STATUS Status) {
   char Text[32];
@@ -27,34 +24,23 @@ SimulatedMachine::~SimulatedMachine() {
     (void)Fw->UnloadImage(Driver);
   }
   Fw.reset();
-  if (!Volume.empty()) {
-    std::error_code Ignored;
-    fs::remove_all(Volume, Ignored);
-  }
 }
 
 bool SimulatedMachine::Start(const PlatformInput &Platform, const std::string &MessagesPath,
                              std::string &Error) {
-  std::string Pattern = (fs::temp_directory_path() / "bioscfg-sim-XXXXXX").string();
-  if (mkdtemp(Pattern.data()) == nullptr) {
+  Folder = std::make_unique<sim::TempFolder>("bioscfg-sim");
+  if (Folder->Path().empty()) {
     Error = "cannot make a temporary folder";
     return false;
   }
-  Volume = Pattern;
+  const std::string &Volume = Folder->Path();
   fs::create_directories(fs::path(Volume) / "tools");
   if (!strc::WriteCatalogFromSource(MessagesPath, (fs::path(Volume) / "tools" / "bioscfg.str").string(), Error))
     return false;
 
   Fw = std::make_unique<sim::Firmware>();
   Fw->MountVolume(Volume);
-  // The Shell stores `set` values as UCS-2 without a terminating NUL.
-  std::vector<uint8_t> Path;
-  for (char C : std::string("fs0:\\tools")) {
-    Path.push_back(static_cast<uint8_t>(C));
-    Path.push_back(0);
-  }
-  Fw->PutVariable(u"TORVEL_PATH", kShellVariableGuid,
-                  EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS, Path);
+  Fw->SetShellVariable(u"TORVEL_PATH", u"fs0:\\tools");
   Fw->InstallHii(Platform.Export, Platform.HiiProtocolGuid);
   for (const auto &V : Platform.Variables) Fw->PutVariable(V.Name, V.Guid, V.Attributes, V.Data);
 

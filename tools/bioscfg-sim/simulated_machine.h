@@ -7,6 +7,7 @@
 
 #include "bioscfg_protocol.h"
 #include "sim/firmware.h"
+#include "sim/temp_folder.h"
 #include "tools/bioscfg-sim/platform_files.h"
 
 #include <memory>
@@ -31,7 +32,7 @@ class SimulatedMachine {
 
  private:
   std::unique_ptr<sim::Firmware> Fw;
-  std::string Volume;
+  std::unique_ptr<sim::TempFolder> Folder;  // fs0:, removed after the firmware
   EFI_HANDLE Driver = nullptr;
   BIOS_CONFIG_PROTOCOL *Interface = nullptr;
 };
