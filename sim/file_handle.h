@@ -33,6 +33,10 @@ struct OpenFile {
 // The OpenFile behind a protocol pointer, or nullptr when the pointer is not
 // a handle this platform has open.
 OpenFile *FileFromProtocol(State &S, EFI_FILE_PROTOCOL *Protocol);
+// The prologue of every EFI_FILE_PROTOCOL service: counts the call, applies
+// an injected fault, and finds the handle (EFI_INVALID_PARAMETER for one
+// that is not open).
+EFI_STATUS EnterFileCall(State &S, Service Call, EFI_FILE_PROTOCOL *Protocol, OpenFile *&File);
 // A new handle on Components of Owner; the host file is opened when it is
 // not a directory. nullptr when the host refuses.
 OpenFile *OpenHandle(State &S, Volume &Owner, std::vector<std::string> Components, bool Writable);

@@ -122,10 +122,10 @@ std::vector<uint8_t> BuildFileInfo(const std::string &HostPath, const std::u16st
 
 EFI_STATUS EFIAPI FileGetInfo(EFI_FILE_PROTOCOL *This, EFI_GUID *InformationType, UINTN *BufferSize, VOID *Buffer) {
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::FileGetInfo);
-  if (Injected != EFI_SUCCESS) return Injected;
-  OpenFile *File = FileFromProtocol(S, This);
-  if (File == nullptr || InformationType == nullptr || BufferSize == nullptr) return EFI_INVALID_PARAMETER;
+  OpenFile *File = nullptr;
+  const EFI_STATUS Entered = EnterFileCall(S, Service::FileGetInfo, This, File);
+  if (Entered != EFI_SUCCESS) return Entered;
+  if (InformationType == nullptr || BufferSize == nullptr) return EFI_INVALID_PARAMETER;
   if (SameGuid(*InformationType, gEfiFileInfoGuid)) {
     const std::u16string Name = File->IsRoot() ? u"" : FromUtf8(File->Components.back());
     const std::vector<uint8_t> Info = BuildFileInfo(File->HostPath(), Name);
@@ -139,10 +139,10 @@ EFI_STATUS EFIAPI FileGetInfo(EFI_FILE_PROTOCOL *This, EFI_GUID *InformationType
 
 EFI_STATUS EFIAPI FileSetInfo(EFI_FILE_PROTOCOL *This, EFI_GUID *InformationType, UINTN BufferSize, VOID *Buffer) {
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::FileSetInfo);
-  if (Injected != EFI_SUCCESS) return Injected;
-  OpenFile *File = FileFromProtocol(S, This);
-  if (File == nullptr || InformationType == nullptr) return EFI_INVALID_PARAMETER;
+  OpenFile *File = nullptr;
+  const EFI_STATUS Entered = EnterFileCall(S, Service::FileSetInfo, This, File);
+  if (Entered != EFI_SUCCESS) return Entered;
+  if (InformationType == nullptr) return EFI_INVALID_PARAMETER;
   if (SameGuid(*InformationType, gEfiFileInfoGuid)) return SetFileInfo(*File, BufferSize, Buffer);
   if (SameGuid(*InformationType, gEfiFileSystemInfoGuid) || SameGuid(*InformationType, gEfiFileSystemVolumeLabelInfoIdGuid))
     return EFI_WRITE_PROTECTED;

@@ -29,10 +29,10 @@ std::optional<uint64_t> FileSize(const OpenFile &File) {
 EFI_STATUS EFIAPI Open(EFI_FILE_PROTOCOL *This, EFI_FILE_PROTOCOL **NewHandle, CHAR16 *FileName, UINT64 OpenMode,
                        UINT64 Attributes) {
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::FileOpen);
-  if (Injected != EFI_SUCCESS) return Injected;
-  OpenFile *From = FileFromProtocol(S, This);
-  if (From == nullptr || NewHandle == nullptr || FileName == nullptr || !ValidOpenMode(OpenMode))
+  OpenFile *From = nullptr;
+  const EFI_STATUS Entered = EnterFileCall(S, Service::FileOpen, This, From);
+  if (Entered != EFI_SUCCESS) return Entered;
+  if (NewHandle == nullptr || FileName == nullptr || !ValidOpenMode(OpenMode))
     return EFI_INVALID_PARAMETER;
   if ((Attributes & ~static_cast<UINT64>(EFI_FILE_VALID_ATTR)) != 0) return EFI_INVALID_PARAMETER;
   const bool Create = (OpenMode & EFI_FILE_MODE_CREATE) != 0;
@@ -47,10 +47,9 @@ EFI_STATUS EFIAPI Open(EFI_FILE_PROTOCOL *This, EFI_FILE_PROTOCOL **NewHandle, C
 
 EFI_STATUS EFIAPI Close(EFI_FILE_PROTOCOL *This) {
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::FileClose);
-  if (Injected != EFI_SUCCESS) return Injected;
-  OpenFile *File = FileFromProtocol(S, This);
-  if (File == nullptr) return EFI_INVALID_PARAMETER;
+  OpenFile *File = nullptr;
+  const EFI_STATUS Entered = EnterFileCall(S, Service::FileClose, This, File);
+  if (Entered != EFI_SUCCESS) return Entered;
   CloseHandle(S, File);
   return EFI_SUCCESS;
 }
@@ -58,10 +57,9 @@ EFI_STATUS EFIAPI Close(EFI_FILE_PROTOCOL *This) {
 // Delete always closes the handle; a failure is only a warning.
 EFI_STATUS EFIAPI Delete(EFI_FILE_PROTOCOL *This) {
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::FileDelete);
-  if (Injected != EFI_SUCCESS) return Injected;
-  OpenFile *File = FileFromProtocol(S, This);
-  if (File == nullptr) return EFI_INVALID_PARAMETER;
+  OpenFile *File = nullptr;
+  const EFI_STATUS Entered = EnterFileCall(S, Service::FileDelete, This, File);
+  if (Entered != EFI_SUCCESS) return Entered;
   const std::string Path = File->HostPath();
   const bool Refused = File->IsRoot() || !File->Writable;
   CloseHandle(S, File);
@@ -90,10 +88,10 @@ EFI_STATUS ReadDirectory(OpenFile &Directory, UINTN *BufferSize, VOID *Buffer) {
 
 EFI_STATUS EFIAPI Read(EFI_FILE_PROTOCOL *This, UINTN *BufferSize, VOID *Buffer) {
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::FileRead);
-  if (Injected != EFI_SUCCESS) return Injected;
-  OpenFile *File = FileFromProtocol(S, This);
-  if (File == nullptr || BufferSize == nullptr) return EFI_INVALID_PARAMETER;
+  OpenFile *File = nullptr;
+  const EFI_STATUS Entered = EnterFileCall(S, Service::FileRead, This, File);
+  if (Entered != EFI_SUCCESS) return Entered;
+  if (BufferSize == nullptr) return EFI_INVALID_PARAMETER;
   if (File->Directory) return ReadDirectory(*File, BufferSize, Buffer);
   const std::optional<uint64_t> Size = FileSize(*File);
   if (!Size || File->Position > *Size) return EFI_DEVICE_ERROR;
@@ -114,10 +112,10 @@ EFI_STATUS EFIAPI Read(EFI_FILE_PROTOCOL *This, UINTN *BufferSize, VOID *Buffer)
 
 EFI_STATUS EFIAPI Write(EFI_FILE_PROTOCOL *This, UINTN *BufferSize, VOID *Buffer) {
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::FileWrite);
-  if (Injected != EFI_SUCCESS) return Injected;
-  OpenFile *File = FileFromProtocol(S, This);
-  if (File == nullptr || BufferSize == nullptr) return EFI_INVALID_PARAMETER;
+  OpenFile *File = nullptr;
+  const EFI_STATUS Entered = EnterFileCall(S, Service::FileWrite, This, File);
+  if (Entered != EFI_SUCCESS) return Entered;
+  if (BufferSize == nullptr) return EFI_INVALID_PARAMETER;
   if (File->Directory) return EFI_UNSUPPORTED;
   if (!File->Writable) return EFI_ACCESS_DENIED;
   if (*BufferSize != 0 && Buffer == nullptr) return EFI_INVALID_PARAMETER;
@@ -138,10 +136,10 @@ EFI_STATUS EFIAPI Write(EFI_FILE_PROTOCOL *This, UINTN *BufferSize, VOID *Buffer
 
 EFI_STATUS EFIAPI GetPosition(EFI_FILE_PROTOCOL *This, UINT64 *Position) {
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::FileGetPosition);
-  if (Injected != EFI_SUCCESS) return Injected;
-  OpenFile *File = FileFromProtocol(S, This);
-  if (File == nullptr || Position == nullptr) return EFI_INVALID_PARAMETER;
+  OpenFile *File = nullptr;
+  const EFI_STATUS Entered = EnterFileCall(S, Service::FileGetPosition, This, File);
+  if (Entered != EFI_SUCCESS) return Entered;
+  if (Position == nullptr) return EFI_INVALID_PARAMETER;
   if (File->Directory) return EFI_UNSUPPORTED;
   *Position = File->Position;
   return EFI_SUCCESS;
@@ -151,10 +149,9 @@ EFI_STATUS EFIAPI GetPosition(EFI_FILE_PROTOCOL *This, UINT64 *Position) {
 // Directories: only 0, which restarts the listing.
 EFI_STATUS EFIAPI SetPosition(EFI_FILE_PROTOCOL *This, UINT64 Position) {
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::FileSetPosition);
-  if (Injected != EFI_SUCCESS) return Injected;
-  OpenFile *File = FileFromProtocol(S, This);
-  if (File == nullptr) return EFI_INVALID_PARAMETER;
+  OpenFile *File = nullptr;
+  const EFI_STATUS Entered = EnterFileCall(S, Service::FileSetPosition, This, File);
+  if (Entered != EFI_SUCCESS) return Entered;
   if (File->Directory) {
     if (Position != 0) return EFI_UNSUPPORTED;
     File->NextEntry = 0;
@@ -172,10 +169,9 @@ EFI_STATUS EFIAPI SetPosition(EFI_FILE_PROTOCOL *This, UINT64 Position) {
 
 EFI_STATUS EFIAPI Flush(EFI_FILE_PROTOCOL *This) {
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::FileFlush);
-  if (Injected != EFI_SUCCESS) return Injected;
-  OpenFile *File = FileFromProtocol(S, This);
-  if (File == nullptr) return EFI_INVALID_PARAMETER;
+  OpenFile *File = nullptr;
+  const EFI_STATUS Entered = EnterFileCall(S, Service::FileFlush, This, File);
+  if (Entered != EFI_SUCCESS) return Entered;
   if (File->Directory) return EFI_SUCCESS;
   return File->Writable ? EFI_SUCCESS : EFI_ACCESS_DENIED;
 }

@@ -86,6 +86,13 @@ OpenFile *FileFromProtocol(State &S, EFI_FILE_PROTOCOL *Protocol) {
   return It == S.Files.end() ? nullptr : It->second.get();
 }
 
+EFI_STATUS EnterFileCall(State &S, Service Call, EFI_FILE_PROTOCOL *Protocol, OpenFile *&File) {
+  const EFI_STATUS Injected = S.Enter(Call);
+  if (Injected != EFI_SUCCESS) return Injected;
+  File = FileFromProtocol(S, Protocol);
+  return File == nullptr ? EFI_INVALID_PARAMETER : EFI_SUCCESS;
+}
+
 OpenFile *OpenHandle(State &S, Volume &Owner, std::vector<std::string> Components, bool Writable) {
   auto File = std::make_unique<OpenFile>();
   FillFileProtocol(File->Protocol);
