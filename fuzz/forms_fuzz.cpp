@@ -8,6 +8,7 @@
 // must be back to where they were when the input is done.
 #include "driver/image_state.h"
 #include "forms/framework_hii.h"
+#include "forms/option_cursor.h"
 #include "forms/setup_form_database.h"
 #include "fuzz/export_guard.h"
 #include "fuzz/fuzz_platform.h"
@@ -38,8 +39,10 @@ void TouchRecords(const SetupFormDatabase &Db) {
       volatile uint8_t Sum = 0;
       for (size_t I = 0; I < sizeof(EFI_GUID); ++I) Sum = Sum + reinterpret_cast<const uint8_t *>(Q->VariableGuid)[I];
     }
-    for (const SetupOption *O = Q->Options; O != nullptr; O = O->Next) {
-      if (O->Text != nullptr && TouchWide(O->Text) != O->TextLength) std::abort();
+    OptionCursor Cursor(*Q);
+    OptionView O{};
+    while (Cursor.Next(O)) {
+      if (O.Text != nullptr && TouchWide(O.Text) != O.TextLength) std::abort();
     }
   }
 }

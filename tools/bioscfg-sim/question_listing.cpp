@@ -1,5 +1,6 @@
 #include "tools/bioscfg-sim/question_listing.h"
 
+#include "forms/option_cursor.h"
 #include "tools/hiibuild/byte_writer.h"
 
 #include <cstdio>
@@ -47,10 +48,12 @@ std::string FormatQuestion(const SetupQuestion &Q, uint16_t FormId) {
                 static_cast<unsigned>(Q.Width), static_cast<unsigned>(Q.Value));
   Line += Value;
   bool First = true;
-  for (const SetupOption *O = Q.Options; O != nullptr; O = O->Next) {
+  OptionCursor Cursor(Q);
+  OptionView O{};
+  while (Cursor.Next(O)) {
     if (!First) Line += ",";
     First = false;
-    Line += std::to_string(O->Value) + "=" + Quoted(O->Text, O->TextLength);
+    Line += std::to_string(O.Value) + "=" + Quoted(O.Text, O.TextLength);
   }
   if (First) Line += "-";
   return Line;
