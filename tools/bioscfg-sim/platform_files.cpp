@@ -1,11 +1,10 @@
 #include "tools/bioscfg-sim/platform_files.h"
 
+#include "platform/variable_store_text.h"
 #include "tools/hiibuild/hii_export_builder.h"
 
-#include <cctype>
 #include <cstdio>
 #include <fstream>
-#include <sstream>
 
 namespace bioscfgsim {
 
@@ -46,65 +45,35 @@ bool WriteFileBytes(const std::string &Path, const std::vector<uint8_t> &Bytes, 
   return true;
 }
 
-static int HexDigit(char C) {
-  if (C >= '0' && C <= '9') return C - '0';
-  if (C >= 'a' && C <= 'f') return C - 'a' + 10;
-  if (C >= 'A' && C <= 'F') return C - 'A' + 10;
-  return -1;
+namespace {
+
+// Collects the reader's variables; they live only during the callback.
+void KeepVariable(void *Context, const platform::StoreVariable &V) {
+  auto &Out = *static_cast<std::vector<platform::PlatformVariable> *>(Context);
+  platform::PlatformVariable Kept;
+  Kept.Name.assign(reinterpret_cast<const char16_t *>(V.Name), V.NameLength);
+  Kept.Guid = V.Guid;
+  Kept.Attributes = V.Attributes;
+  Kept.Data.assign(V.Data, V.Data + V.DataSize);
+  Out.push_back(std::move(Kept));
 }
 
-static bool ParseHexNumber(std::string Text, uint32_t &Out) {
-  if (Text.size() > 2 && Text[0] == '0' && (Text[1] == 'x' || Text[1] == 'X')) Text = Text.substr(2);
-  if (Text.empty() || Text.size() > 8) return false;
-  uint32_t Value = 0;
-  for (char C : Text) {
-    int D = HexDigit(C);
-    if (D < 0) return false;
-    Value = Value << 4 | static_cast<uint32_t>(D);
-  }
-  Out = Value;
-  return true;
-}
-
-// "-" stands for empty data.
-static bool ParseHexData(const std::string &Text, std::vector<uint8_t> &Out) {
-  Out.clear();
-  if (Text == "-") return true;
-  if (Text.size() % 2 != 0) return false;
-  for (size_t I = 0; I < Text.size(); I += 2) {
-    int High = HexDigit(Text[I]), Low = HexDigit(Text[I + 1]);
-    if (High < 0 || Low < 0) return false;
-    Out.push_back(static_cast<uint8_t>(High << 4 | Low));
-  }
-  return true;
-}
+}  // namespace
 
 bool ParseVariableStore(const std::string &Text, std::vector<platform::PlatformVariable> &Out,
                         std::string &Error) {
   Out.clear();
-  std::istringstream Lines(Text);
-  std::string Line;
-  for (int Number = 1; std::getline(Lines, Line); ++Number) {
-    auto Fail = [&](const std::string &Why) {
-      Error = "line " + std::to_string(Number) + ": " + Why;
-      return false;
-    };
-    std::istringstream Fields(Line);
-    std::string Name, Guid, Attributes, Data, Extra;
-    if (!(Fields >> Name) || Name[0] == '#') continue;
-    if (!(Fields >> Guid >> Attributes >> Data)) return Fail("expected NAME GUID ATTRIBUTES DATA");
-    if (Fields >> Extra) return Fail("unexpected text after the data");
-    platform::PlatformVariable V;
-    for (char C : Name) {
-      if (static_cast<unsigned char>(C) > 0x7E) return Fail("variable names are ASCII");
-      V.Name.push_back(static_cast<char16_t>(C));
-    }
-    if (!hiibuild::ParseGuid(Guid, V.Guid)) return Fail("bad GUID '" + Guid + "'");
-    if (!ParseHexNumber(Attributes, V.Attributes)) return Fail("bad attributes '" + Attributes + "'");
-    if (!ParseHexData(Data, V.Data)) return Fail("data is not an even number of hex digits");
-    Out.push_back(std::move(V));
-  }
-  return true;
+  std::vector<CHAR16> Name(platform::VARIABLE_STORE_MAX_NAME + 1);
+  std::vector<UINT8> Data(platform::VARIABLE_STORE_MAX_DATA);
+  const platform::VariableStoreBuffers Buffers{Name.data(), Name.size(), Data.data(), Data.size()};
+  const platform::VariableStoreResult Result =
+      platform::ReadVariableStore(Text.data(), Text.size(), Buffers, KeepVariable, &Out);
+  if (Result.Error == platform::VariableStoreError::None) return true;
+  char Reason[160];
+  platform::DescribeVariableStoreError(Result, Reason, sizeof Reason);
+  Error = Reason;
+  Out.clear();
+  return false;
 }
 
 std::string FormatVariableStore(const std::vector<platform::PlatformVariable> &Variables) {
