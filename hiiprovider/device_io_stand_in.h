@@ -1,0 +1,29 @@
+// An EFI_DEVICE_IO_PROTOCOL stand-in on a device path that is only the end
+// node: the root device that EFI 1.10 platforms publish and that a setup
+// driver for them requires before it starts. UEFI 2.x firmware such as OVMF
+// has none, so the provider brings one whose services all report
+// EFI_UNSUPPORTED: clients only test that it is there.
+//
+// Both interfaces go on the provider's own image handle. OVMF's Shell
+// connects every new handle after a `load`, and a NEW handle whose device
+// path is only the end node hangs it in that step; on the image handle the
+// Shell leaves the path alone and LocateDevicePath still finds it.
+#pragma once
+
+#include "runtime/uefi.h"
+
+namespace hiiprovider {
+
+// Whether a handle already carries the device I/O protocol on the root
+// (end-only) device path.
+bool RootDeviceIoPresent(EFI_BOOT_SERVICES *Boot);
+
+// Installs the end-only device path and the stand-in on ImageHandle; on a
+// failure of the second, the first is removed again. EFI_SUCCESS or the
+// firmware's status.
+[[nodiscard]] EFI_STATUS InstallDeviceIoStandIn(EFI_HANDLE ImageHandle);
+// Removes both when they were installed. EFI_SUCCESS or the first failing
+// uninstall's status (the interfaces then stay).
+[[nodiscard]] EFI_STATUS UninstallDeviceIoStandIn(EFI_HANDLE ImageHandle);
+
+}  // namespace hiiprovider
