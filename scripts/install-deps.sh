@@ -9,6 +9,7 @@ packages=(
   libbenchmark-dev                   # benchmarks
   clang lld libclang-rt-14-dev       # libFuzzer targets
   mtools dosfstools                  # FAT images for firmware runs
+  qemu-system-x86 ovmf               # real UEFI firmware (OVMF) for the QEMU runs
 )
 
 missing=()
