@@ -1,10 +1,12 @@
 #!/usr/bin/env bash
 # smoke.sh BUILD [WORK]: the driver on real UEFI firmware (OVMF under QEMU).
 #
-# First boot: TORVEL_PATH is set with the Shell's `set`, the HII provider and
-# the driver are loaded from fs1:\tools, the driver starts, and a second
-# copy is refused as already started. Second boot of the same machine: the
-# variables the provider created are still there, with their contents.
+# First boot: TORVEL_PATH is set with the Shell's `set`, the HII provider
+# (serving its embedded sample) and the driver are loaded from fs1:\tools,
+# the driver starts, and a second copy is refused as already started.
+# Second boot of the same machine: the variables the provider created are
+# still there, with their contents; the provider now replays the same
+# platform from the files the host tool exports (hii.bin, variables.txt).
 # Exits 77 (skipped) where QEMU, OVMF or mtools are missing.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
@@ -20,17 +22,19 @@ for file in bioscfg.efi bioscfg.str hiiprovider.efi tools/bioscfg-sim/bioscfg-si
   [ -f "$build/$file" ] || qemu_fail "$build/$file is missing"
 done
 
-# The sample platform's default contents of "Setup" in its Setup form set,
-# from the host tool's copy of the platform.
-"$build/tools/bioscfg-sim/bioscfg-sim" export-platform "$work.sample" >/dev/null
-setup_hex=$(awk '$1 == "Setup" && toupper($2) == "{C7F7C970-FCFF-455D-A884-F67C0E300856}" { print toupper($4) }' \
-  "$work.sample/variables.txt")
-rm -rf "$work.sample"
-[ -n "$setup_hex" ] || qemu_fail "no Setup variable in the sample platform"
-
 started=$(date +%s%N)
 qemu_init "$work"
 qemu_put tools "$build/bioscfg.efi" "$build/bioscfg.str" "$build/hiiprovider.efi"
+
+# The sample platform as the host tool writes it, for the second boot; and
+# the default contents of "Setup" in its Setup form set.
+sample=$work/sample
+"$build/tools/bioscfg-sim/bioscfg-sim" export-platform "$sample" >/dev/null
+mv "$sample/platform.hii" "$sample/hii.bin"
+export_bytes=$(stat -c %s "$sample/hii.bin")
+setup_hex=$(awk '$1 == "Setup" && toupper($2) == "{C7F7C970-FCFF-455D-A884-F67C0E300856}" { print toupper($4) }' \
+  "$sample/variables.txt")
+[ -n "$setup_hex" ] || qemu_fail "no Setup variable in the sample platform"
 
 failed=0
 check() { qemu_expect "$@" || failed=1; }
@@ -48,6 +52,7 @@ check first "^Image 'FS1:\\\\tools\\\\bioscfg.efi' loaded at [0-9A-F]+ - Success
 check first "^Image 'FS1:\\\\tools\\\\bioscfg.efi' error in StartImage: Already started$" \
   "a second bioscfg.efi is already started"
 
+qemu_put tools "$sample/hii.bin" "$sample/variables.txt"
 qemu_boot "$here/smoke_second_boot.nsh" second
 second_seconds=$QEMU_LAST_SECONDS
 check second "^Variable NV\+RT\+BS 'C7F7C970-FCFF-455D-A884-F67C0E300856:Setup' DataSize = 0x200$" \
@@ -62,7 +67,8 @@ else
   echo "qemu: FAIL Setup's contents differ from the sample's" >&2
   failed=1
 fi
-check second '^hiiprovider: variables from the embedded sample platform: 1 created, 4 kept, 0 failed$' \
+check second "^hiiprovider: forms from hii.bin: $export_bytes bytes, " "the provider serves hii.bin from its folder"
+check second '^hiiprovider: variables from variables.txt: 1 created, 4 kept, 0 failed$' \
   "after the reset the provider finds its variables and recreates the one removed"
 check second "^Image 'FS1:\\\\tools\\\\bioscfg.efi' loaded at [0-9A-F]+ - Success$" "bioscfg.efi starts again"
 
