@@ -4,10 +4,12 @@
 // has none, so the provider brings one whose services all report
 // EFI_UNSUPPORTED: clients only test that it is there.
 //
-// Both interfaces go on the provider's own image handle. OVMF's Shell
-// connects every new handle after a `load`, and a NEW handle whose device
-// path is only the end node hangs it in that step; on the image handle the
-// Shell leaves the path alone and LocateDevicePath still finds it.
+// Both interfaces go on the provider's own image handle, so they live and
+// go with the image and no handle of the provider's outlives it. Seen on
+// OVMF 2022.11: once any handle carries a device path that is only the end
+// node, the connect-all step the Shell runs after a plain `load` hangs
+// (whether the path sits on a new handle or on this one); drivers loaded
+// after the provider are started with `load -nc`, which skips that step.
 #pragma once
 
 #include "runtime/uefi.h"

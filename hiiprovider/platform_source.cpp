@@ -7,15 +7,23 @@ namespace hiiprovider {
 
 namespace {
 
-constexpr char EXPORT_FILE[] = "hii.bin";
-constexpr char VARIABLES_FILE[] = "variables.txt";
-const CHAR16 *SampleOrigin() { return W(u"the embedded sample platform"); }
-
-// Reads a file that may be absent: Found says whether it was there.
-[[nodiscard]] EFI_STATUS ReadOptional(const char *Name, size_t MaxBytes, FileBytes &Out, bool &Found) {
-  const EFI_STATUS Status = ReadOwnFile(Name, MaxBytes, Out);
-  Found = Status == EFI_SUCCESS;
-  if (Status == EFI_SUCCESS || Status == EFI_NOT_FOUND) return EFI_SUCCESS;
+// The file Name next to the image when it exists, the sample's half
+// otherwise.
+[[nodiscard]] EFI_STATUS ChooseHalf(const char *Name, size_t MaxBytes, const void *Sample, size_t SampleSize,
+                                    PlatformHalf &Out) {
+  const EFI_STATUS Status = ReadOwnFile(Name, MaxBytes, Out.File);
+  if (Status == EFI_SUCCESS) {
+    Out.Bytes = Out.File.Bytes.Get();
+    Out.Size = Out.File.Size;
+    Out.Origin = Name;
+    return EFI_SUCCESS;
+  }
+  if (Status == EFI_NOT_FOUND) {
+    Out.Bytes = Sample;
+    Out.Size = SampleSize;
+    Out.Origin = "the embedded sample platform";
+    return EFI_SUCCESS;
+  }
   if (Status == EFI_BAD_BUFFER_SIZE)
     Say(W(u"%hs is larger than %lu bytes"), Name, static_cast<unsigned long>(MaxBytes));
   else
@@ -27,31 +35,10 @@ const CHAR16 *SampleOrigin() { return W(u"the embedded sample platform"); }
 
 EFI_STATUS LoadPlatformSource(PlatformSource &Out) {
   const platform::EmbeddedPlatform Sample = platform::EmbeddedSample();
-  bool Found = false;
-  EFI_STATUS Status = ReadOptional(EXPORT_FILE, MAX_EXPORT_FILE_BYTES, Out.ExportFile, Found);
+  const EFI_STATUS Status = ChooseHalf("hii.bin", MAX_EXPORT_FILE_BYTES, Sample.Export, Sample.ExportSize, Out.Export);
   if (Status != EFI_SUCCESS) return Status;
-  if (Found) {
-    Out.Export = Out.ExportFile.Bytes.Get();
-    Out.ExportSize = Out.ExportFile.Size;
-    Out.ExportOrigin = W(u"hii.bin");
-  } else {
-    Out.Export = Sample.Export;
-    Out.ExportSize = Sample.ExportSize;
-    Out.ExportOrigin = SampleOrigin();
-  }
-
-  Status = ReadOptional(VARIABLES_FILE, MAX_VARIABLES_FILE_BYTES, Out.VariablesFile, Found);
-  if (Status != EFI_SUCCESS) return Status;
-  if (Found) {
-    Out.Variables = reinterpret_cast<const char *>(Out.VariablesFile.Bytes.Get());
-    Out.VariablesLength = Out.VariablesFile.Size;
-    Out.VariablesOrigin = W(u"variables.txt");
-  } else {
-    Out.Variables = Sample.Variables;
-    Out.VariablesLength = Sample.VariablesLength;
-    Out.VariablesOrigin = SampleOrigin();
-  }
-  return EFI_SUCCESS;
+  return ChooseHalf("variables.txt", MAX_VARIABLES_FILE_BYTES, Sample.Variables, Sample.VariablesLength,
+                    Out.Variables);
 }
 
 }  // namespace hiiprovider

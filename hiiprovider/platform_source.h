@@ -15,15 +15,17 @@ namespace hiiprovider {
 constexpr size_t MAX_EXPORT_FILE_BYTES = 16 * 1024 * 1024;
 constexpr size_t MAX_VARIABLES_FILE_BYTES = 4 * 1024 * 1024;
 
+// One half of the platform as served: the bytes, and where they come from.
+struct PlatformHalf {
+  const void *Bytes = nullptr;
+  size_t Size = 0;
+  const char *Origin = nullptr;  // the file's name, or the sample's
+  FileBytes File;                // owns the bytes when they come from a file
+};
+
 struct PlatformSource {
-  const UINT8 *Export = nullptr;
-  size_t ExportSize = 0;
-  const CHAR16 *ExportOrigin = nullptr;  // "hii.bin" or the sample's name
-  const char *Variables = nullptr;
-  size_t VariablesLength = 0;
-  const CHAR16 *VariablesOrigin = nullptr;
-  FileBytes ExportFile;  // own the file contents when a file is served
-  FileBytes VariablesFile;
+  PlatformHalf Export;     // hii.bin
+  PlatformHalf Variables;  // variables.txt
 };
 
 // EFI_SUCCESS, or the status of a file that exists but cannot be read

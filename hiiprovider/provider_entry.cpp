@@ -53,10 +53,10 @@ class RuntimeUntilLoaded {
 void ReportServed(const PlatformSource &Source, const SeedCounts &Counts) {
   CHAR16 Guid[GUID_TEXT_UNITS];
   FormatGuid(gProvider.HiiGuid, Guid);
-  Say(W(u"forms from %s: %lu bytes, Framework HII %s"), Source.ExportOrigin,
-      static_cast<unsigned long>(Source.ExportSize), Guid);
-  Say(W(u"variables from %s: %u created, %u kept, %u failed"), Source.VariablesOrigin, Counts.Created, Counts.Kept,
-      Counts.Failed);
+  Say(W(u"forms from %hs: %lu bytes, Framework HII %s"), Source.Export.Origin,
+      static_cast<unsigned long>(Source.Export.Size), Guid);
+  Say(W(u"variables from %hs: %u created, %u kept, %u failed"), Source.Variables.Origin, Counts.Created,
+      Counts.Kept, Counts.Failed);
   Say(W(u"device I/O on the root device path: %s"),
       gProvider.DeviceIoInstalled ? W(u"the provider's stand-in") : W(u"the firmware's own"));
 }
@@ -69,12 +69,13 @@ EFI_STATUS ProviderEntry(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable) 
   // host simulator lets a second copy share the first one's data.
   if (FrameworkHiiPresent(SystemTable->BootServices)) return EFI_ALREADY_STARTED;
 
-  // The runtime's start-up refuses firmware older than EFI 1.10 (it ends the
-  // image); a failed environment or watchdog step costs the provider nothing.
-  const EFI_STATUS Started = crt::Startup(ImageHandle, SystemTable);
-  if (Started == EFI_UNSUPPORTED || Started == EFI_INVALID_PARAMETER) return Started;
+  // The runtime's start-up ends the image on firmware older than EFI 1.10;
+  // a failed environment or watchdog step (firmware without a watchdog says
+  // EFI_UNSUPPORTED) costs the provider nothing. Only a runtime that never
+  // took the system table, because Exit came back, is no use.
+  (void)crt::Startup(ImageHandle, SystemTable);
+  if (crt::SystemTable() == nullptr) return EFI_UNSUPPORTED;
   RuntimeUntilLoaded Runtime;
-  gProvider.ImageHandle = ImageHandle;
   EFI_STATUS Status = RegisterUnload(ImageHandle);
   if (Status != EFI_SUCCESS) return Status;
 
@@ -82,11 +83,12 @@ EFI_STATUS ProviderEntry(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable) 
   Status = LoadPlatformSource(Source);
   if (Status != EFI_SUCCESS) return Status;
   SeedCounts Counts{};
-  Status = SeedVariables(Source.Variables, Source.VariablesLength, Source.VariablesOrigin, Counts);
+  Status = SeedVariables(static_cast<const char *>(Source.Variables.Bytes), Source.Variables.Size,
+                         Source.Variables.Origin, Counts);
   if (Status != EFI_SUCCESS) return Status;
 
-  gProvider.Export = Source.Export;
-  gProvider.ExportSize = Source.ExportSize;
+  gProvider.Export = static_cast<const UINT8 *>(Source.Export.Bytes);
+  gProvider.ExportSize = Source.Export.Size;
   Status = InstallServices(ImageHandle);
   if (Status != EFI_SUCCESS) {
     Say(W(u"installing the protocols failed: status 0x%lx"), static_cast<unsigned long>(Status));
@@ -95,7 +97,7 @@ EFI_STATUS ProviderEntry(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable) 
   ReportServed(Source, Counts);
   // The export now lives as long as the image; the heap keeps the file's
   // bytes until the unload handler shuts the runtime down.
-  (void)Source.ExportFile.Bytes.Release();
+  (void)Source.Export.File.Bytes.Release();
   Runtime.Succeed();
   return EFI_SUCCESS;
 }

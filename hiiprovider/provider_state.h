@@ -11,7 +11,6 @@
 namespace hiiprovider {
 
 struct ProviderState {
-  EFI_HANDLE ImageHandle;
   // The bytes ExportDatabase hands out: the embedded sample's constant data,
   // or hii.bin read into the runtime heap.
   const UINT8 *Export;

@@ -65,7 +65,7 @@ UINT32 CreationAttributes(UINT32 FromText) {
   return (FromText & EFI_VARIABLE_RUNTIME_ACCESS) | EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS;
 }
 
-EFI_STATUS SeedVariables(const char *Text, size_t Length, const CHAR16 *Origin, SeedCounts &Counts) {
+EFI_STATUS SeedVariables(const char *Text, size_t Length, const char *Origin, SeedCounts &Counts) {
   Counts = SeedCounts{};
   crt::HeapPtr<CHAR16> Name(static_cast<CHAR16 *>(crt::malloc((platform::VARIABLE_STORE_MAX_NAME + 1) * sizeof(CHAR16))));
   crt::HeapPtr<UINT8> Data(static_cast<UINT8 *>(crt::malloc(platform::VARIABLE_STORE_MAX_DATA)));
@@ -77,7 +77,7 @@ EFI_STATUS SeedVariables(const char *Text, size_t Length, const CHAR16 *Origin, 
   if (Checked.Error != platform::VariableStoreError::None) {
     char Reason[DESCRIPTION_CHARS];
     platform::DescribeVariableStoreError(Checked, Reason, sizeof Reason);
-    Say(W(u"%s: %hs"), Origin, Reason);
+    Say(W(u"%hs: %hs"), Origin, Reason);
     return EFI_LOAD_ERROR;
   }
   Seeding S{crt::SystemTable()->RuntimeServices, &Counts};

@@ -28,6 +28,6 @@ UINT32 CreationAttributes(UINT32 FromText);
 // "ORIGIN: line N: ...") creates nothing and returns EFI_LOAD_ERROR. Then
 // walks it, creating what is missing. EFI_SUCCESS (failures of single
 // variables are counted and reported) or EFI_OUT_OF_RESOURCES.
-[[nodiscard]] EFI_STATUS SeedVariables(const char *Text, size_t Length, const CHAR16 *Origin, SeedCounts &Counts);
+[[nodiscard]] EFI_STATUS SeedVariables(const char *Text, size_t Length, const char *Origin, SeedCounts &Counts);
 
 }  // namespace hiiprovider

@@ -21,6 +21,8 @@ struct ProviderCase {
   uint32_t Value;
 };
 
+void PrintTo(const ProviderCase &C, std::ostream *Out) { *Out << C.Name; }
+
 size_t SampleQuestionCount() { return platform::Sample().Questions.size(); }
 
 const ProviderCase Cases[] = {

@@ -145,6 +145,14 @@ TEST_F(ProviderImageTest, RefusesToStartWhereAFrameworkHiiIsInstalled) {
   EXPECT_TRUE(Fw().HandlesWith(gFrameworkHiiProtocolGuid).empty());
 }
 
+TEST_F(ProviderImageTest, FirmwareOlderThanEfi110IsRefusedBeforeAnythingIsCreated) {
+  Fw().SetRevision(0x00010000);
+  EXPECT_EQ(Load(), EFI_UNSUPPORTED);
+  EXPECT_TRUE(Says("Please start this image in EFI higher version \r\n"));
+  EXPECT_FALSE(Fw().FindVariable(platform::Sample().Variables.at(0).Name, platform::Sample().Variables.at(0).Guid));
+  EXPECT_TRUE(Fw().HandlesWith(gFrameworkHiiProtocolGuid).empty());
+}
+
 TEST_F(ProviderImageTest, LeavesAFirmwareRootDeviceIoInPlace) {
   static uint64_t FirmwareDeviceIo = 0;
   EFI_HANDLE Root = Fw().InstallProtocol(nullptr, DevicePathGuid, &EndOnlyPath);
