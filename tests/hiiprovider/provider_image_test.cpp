@@ -251,6 +251,25 @@ TEST_F(ProviderImageTest, AVariableTheFirmwareRefusesIsReportedAndTheRestCreated
   EXPECT_NE(Hii(), nullptr);
 }
 
+// The three installs: the device path, the device I/O stand-in, the HII
+// protocol. Whichever fails, the entry point returns its status and takes
+// back each one installed before it. (The simulator then drops the image's
+// handle with all it carries; firmware would leave such interfaces behind,
+// pointing into the unloaded image, so the uninstalls are counted.)
+TEST_F(ProviderImageTest, AFailedInstallTakesBackWhatWasInstalled) {
+  for (uint64_t Failing = 1; Failing <= 3; ++Failing) {
+    Fw().FailNthCall(sim::Service::InstallProtocolInterface, Failing, EFI_OUT_OF_RESOURCES);
+    Fw().ClearConsole();
+    const uint64_t UninstallsBefore = Fw().Calls(sim::Service::UninstallProtocolInterface);
+    EXPECT_EQ(Load(), EFI_OUT_OF_RESOURCES) << "install " << Failing;
+    Fw().ClearFaults();
+    EXPECT_EQ(Fw().Calls(sim::Service::UninstallProtocolInterface) - UninstallsBefore, Failing - 1)
+        << "install " << Failing;
+    EXPECT_TRUE(Says("installing the protocols failed: status 0x8000000000000009")) << Fw().ConsoleText();
+    EXPECT_TRUE(Fw().HandlesWith(gFrameworkHiiProtocolGuid).empty()) << "install " << Failing;
+  }
+}
+
 TEST_F(ProviderImageTest, UnloadRemovesItsProtocolsAndALaterLoadFindsTheVariables) {
   const size_t BlocksBefore = Fw().LivePoolBlocks();
   ASSERT_EQ(Load(), EFI_SUCCESS);

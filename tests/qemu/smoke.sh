@@ -3,10 +3,11 @@
 #
 # First boot: TORVEL_PATH is set with the Shell's `set`, the HII provider
 # (serving its embedded sample) and the driver are loaded from fs1:\tools,
-# the driver starts, and a second copy is refused as already started.
+# the driver starts, and second copies of both are refused as already started.
 # Second boot of the same machine: the variables the provider created are
 # still there, with their contents; the provider now replays the same
-# platform from the files the host tool exports (hii.bin, variables.txt).
+# platform from the files the host tool exports (hii.bin, variables.txt), and
+# a file the firmware writes (dmpstore -s) is read back from the tools volume.
 # Exits 77 (skipped) where QEMU, OVMF or mtools are missing.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
@@ -48,6 +49,8 @@ check first "^hiiprovider: kept IoConfig \{43F431E9-20AF-45D0-928E-6AE8289A7036\
 check first '^hiiprovider: variables from the embedded sample platform: 4 created, 1 kept, 0 failed$' \
   "the provider creates the sample's other variables"
 check first "^Image 'FS1:\\\\tools\\\\hiiprovider.efi' loaded at [0-9A-F]+ - Success$" "the provider starts"
+check first "^Image 'FS1:\\\\tools\\\\hiiprovider.efi' error in StartImage: Already started$" \
+  "a second provider is already started"
 check first "^Image 'FS1:\\\\tools\\\\bioscfg.efi' loaded at [0-9A-F]+ - Success$" "bioscfg.efi starts"
 check first "^Image 'FS1:\\\\tools\\\\bioscfg.efi' error in StartImage: Already started$" \
   "a second bioscfg.efi is already started"
@@ -71,6 +74,16 @@ check second "^hiiprovider: forms from hii.bin: $export_bytes bytes, " "the prov
 check second '^hiiprovider: variables from variables.txt: 1 created, 4 kept, 0 failed$' \
   "after the reset the provider finds its variables and recreates the one removed"
 check second "^Image 'FS1:\\\\tools\\\\bioscfg.efi' loaded at [0-9A-F]+ - Success$" "bioscfg.efi starts again"
+# dmpstore -s writes each variable as: name size, data size (UINT32 each),
+# the UCS-2 name, the GUID, the attributes (UINT32), the data, a CRC32.
+qemu_get tools/setup.dmp "$work/setup.dmp"
+saved_hex=$(od -An -v -tx1 -j $((4 + 4 + 12 + 16 + 4)) -N 512 "$work/setup.dmp" | tr -d ' \n' | tr a-f A-F)
+if [ "$saved_hex" = "$setup_hex" ]; then
+  echo "qemu: ok   setup.dmp, written by the firmware, holds the sample's Setup"
+else
+  echo "qemu: FAIL setup.dmp read back from the tools volume does not hold the sample's Setup" >&2
+  failed=1
+fi
 
 total_tenths=$(( ($(date +%s%N) - started) / 100000000 ))
 echo "qemu: figures: first boot ${first_seconds} s, second boot ${second_seconds} s," \

@@ -10,5 +10,6 @@ setvar IoConfig -guid 43F431E9-20AF-45D0-928E-6AE8289A7036 -nv -bs -rt =01020304
 fs1:
 cd tools
 load -nc hiiprovider.efi
+load -nc hiiprovider.efi
 load -nc bioscfg.efi
 load -nc bioscfg.efi

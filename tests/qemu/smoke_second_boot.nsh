@@ -7,3 +7,5 @@ fs1:
 cd tools
 load -nc hiiprovider.efi
 load -nc bioscfg.efi
+# A file written by the firmware, for the host to read back.
+dmpstore -guid C7F7C970-FCFF-455D-A884-F67C0E300856 Setup -s setup.dmp
