@@ -13,6 +13,7 @@ struct Options {
   std::string ExportPath;     // empty: the sample platform
   std::string VariablesPath;  // empty: the sample platform's defaults
   std::string MessagesPath;   // catalog text source
+  bool AllQuestions = false;  // --all-questions: SetAllQuestionsMode(1) first
 };
 
 struct Command {
@@ -23,6 +24,12 @@ struct Command {
 };
 
 const std::vector<Command> &Commands();
+
+// The commands that run the configuration tool (tool_passthrough.cpp).
+int RunGetCommand(const Options &Opts, const std::vector<std::string> &Args);
+int RunGetFormCommand(const Options &Opts, const std::vector<std::string> &Args);
+int RunSetCommand(const Options &Opts, const std::vector<std::string> &Args);
+int RunSetFormCommand(const Options &Opts, const std::vector<std::string> &Args);
 void PrintUsage(std::FILE *Out);
 
 // The platform the options name: files when given, the sample otherwise.
