@@ -15,7 +15,6 @@ namespace iniparse {
 struct IniIndex::Section {
   TextSpan Name;
   UINT32 Hash;
-  bool Last;  // no later heading has the same name
 };
 
 struct IniIndex::Key {
@@ -26,8 +25,6 @@ struct IniIndex::Key {
 };
 
 namespace {
-
-constexpr UINT32 NO_SECTION = ~0u;
 
 UINT8 Fold(char C) {
   const auto Byte = static_cast<UINT8>(C);
@@ -77,6 +74,14 @@ bool CountLines(const char *Text, UINT32 Length, LineCounts &Counts) {
     if (Line.Kind == IniLineKind::Key && Counts.Sections > 0 && ++Counts.Keys > MAX_INI_KEYS) return false;
   }
   return true;
+}
+
+// The slot of the entry that IsMatch accepts, or else the empty slot that
+// ends the probe, where such an entry would go. Slots hold entry index + 1.
+template <class Matches> UINT32 ProbeSlot(const UINT32 *Slots, UINT32 Mask, UINT32 Hash, Matches IsMatch) {
+  UINT32 Slot = Hash & Mask;
+  while (Slots[Slot] != 0 && !IsMatch(Slots[Slot] - 1)) Slot = (Slot + 1) & Mask;
+  return Slot;
 }
 
 template <class T> T *AllocateArray(UINT32 Count) {
@@ -134,7 +139,7 @@ void IniIndex::Fill() {
   for (UINT32 Offset = FirstLineOffset(Text_, Length_); Offset < Length_;) {
     const IniLine Line = ReadIniLine(Text_, Length_, Offset);
     if (Line.Kind == IniLineKind::Section && Sections < SectionCount_) {
-      Sections_[Sections++] = Section{Line.Name, HashName(Text_ + Line.Name.Offset, Line.Name.Length), true};
+      Sections_[Sections++] = Section{Line.Name, HashName(Text_ + Line.Name.Offset, Line.Name.Length)};
     } else if (Line.Kind == IniLineKind::Key && Sections > 0 && Keys < KeyCount_) {
       const UINT32 NameHash = HashName(Text_ + Line.Name.Offset, Line.Name.Length);
       Keys_[Keys++] = Key{Line.Name, Line.Value, Sections - 1, KeyHash(NameHash, Sections - 1)};
@@ -144,39 +149,22 @@ void IniIndex::Fill() {
   KeyCount_ = Keys;
 }
 
-// Later headings replace earlier ones of the same name in the table.
+// A later heading replaces an earlier one of the same name in the table;
+// the keys under the earlier one stay in the key table but are never found,
+// since a key matches only under the heading the section table names.
 void IniIndex::HashSections() {
   for (UINT32 Index = 0; Index < SectionCount_; ++Index) {
-    Section &New = Sections_[Index];
-    UINT32 Slot = New.Hash & SectionMask_;
-    while (SectionSlots_[Slot] != 0) {
-      Section &Old = Sections_[SectionSlots_[Slot] - 1];
-      if (Old.Hash == New.Hash && SameName(Old.Name, Text_ + New.Name.Offset, New.Name.Length)) {
-        Old.Last = false;
-        break;
-      }
-      Slot = (Slot + 1) & SectionMask_;
-    }
-    SectionSlots_[Slot] = Index + 1;
+    const Section &New = Sections_[Index];
+    SectionSlots_[SectionSlot(Text_ + New.Name.Offset, New.Name.Length, New.Hash)] = Index + 1;
   }
 }
 
-// Only the keys of a section's last heading count; later keys replace
-// earlier ones of the same name.
+// A later key replaces an earlier one of the same name under the same
+// heading.
 void IniIndex::HashKeys() {
   for (UINT32 Index = 0; Index < KeyCount_; ++Index) {
     const Key &New = Keys_[Index];
-    if (!Sections_[New.Section].Last) continue;
-    UINT32 Slot = New.Hash & KeyMask_;
-    while (KeySlots_[Slot] != 0) {
-      const Key &Old = Keys_[KeySlots_[Slot] - 1];
-      if (Old.Section == New.Section && Old.Hash == New.Hash &&
-          SameName(Old.Name, Text_ + New.Name.Offset, New.Name.Length)) {
-        break;
-      }
-      Slot = (Slot + 1) & KeyMask_;
-    }
-    KeySlots_[Slot] = Index + 1;
+    KeySlots_[KeySlot(New.Section, Text_ + New.Name.Offset, New.Name.Length, New.Hash)] = Index + 1;
   }
 }
 
@@ -189,33 +177,33 @@ bool IniIndex::SameName(TextSpan Stored, const char *Name, UINT32 Length) const 
   return true;
 }
 
-UINT32 IniIndex::FindSection(const char *Name, UINT32 Length, UINT32 Hash) const {
-  for (UINT32 Slot = Hash & SectionMask_; SectionSlots_[Slot] != 0; Slot = (Slot + 1) & SectionMask_) {
-    const UINT32 Index = SectionSlots_[Slot] - 1;
-    const Section &Candidate = Sections_[Index];
-    if (Candidate.Hash == Hash && SameName(Candidate.Name, Name, Length)) return Index;
-  }
-  return NO_SECTION;
+UINT32 IniIndex::SectionSlot(const char *Name, UINT32 Length, UINT32 Hash) const {
+  return ProbeSlot(SectionSlots_, SectionMask_, Hash, [&](UINT32 Entry) {
+    return Sections_[Entry].Hash == Hash && SameName(Sections_[Entry].Name, Name, Length);
+  });
+}
+
+UINT32 IniIndex::KeySlot(UINT32 Heading, const char *Name, UINT32 Length, UINT32 Hash) const {
+  return ProbeSlot(KeySlots_, KeyMask_, Hash, [&](UINT32 Entry) {
+    const Key &Candidate = Keys_[Entry];
+    return Candidate.Section == Heading && Candidate.Hash == Hash && SameName(Candidate.Name, Name, Length);
+  });
 }
 
 INT32 IniIndex::Find(NameText SectionName, NameText KeyName, TextSpan &Value) const {
-  const UINT32 Found = FindSection(SectionName.Bytes, SectionName.Length,
-                                   HashName(SectionName.Bytes, SectionName.Length));
-  if (Found == NO_SECTION) return INI_LOOKUP_SECTION_NOT_FOUND;
+  const UINT32 HeadingEntry = SectionSlots_[SectionSlot(SectionName.Bytes, SectionName.Length,
+                                                        HashName(SectionName.Bytes, SectionName.Length))];
+  if (HeadingEntry == 0) return INI_LOOKUP_SECTION_NOT_FOUND;
+  const UINT32 Heading = HeadingEntry - 1;
   if (KeyName.Length == 0) {
     Value = TextSpan{0, 0};
     return INI_LOOKUP_FOUND;
   }
-  const UINT32 Hash = KeyHash(HashName(KeyName.Bytes, KeyName.Length), Found);
-  for (UINT32 Slot = Hash & KeyMask_; KeySlots_[Slot] != 0; Slot = (Slot + 1) & KeyMask_) {
-    const Key &Candidate = Keys_[KeySlots_[Slot] - 1];
-    if (Candidate.Section == Found && Candidate.Hash == Hash &&
-        SameName(Candidate.Name, KeyName.Bytes, KeyName.Length)) {
-      Value = Candidate.Value;
-      return INI_LOOKUP_FOUND;
-    }
-  }
-  return INI_LOOKUP_KEY_NOT_FOUND;
+  const UINT32 Hash = KeyHash(HashName(KeyName.Bytes, KeyName.Length), Heading);
+  const UINT32 KeyEntry = KeySlots_[KeySlot(Heading, KeyName.Bytes, KeyName.Length, Hash)];
+  if (KeyEntry == 0) return INI_LOOKUP_KEY_NOT_FOUND;
+  Value = Keys_[KeyEntry - 1].Value;
+  return INI_LOOKUP_FOUND;
 }
 
 }  // namespace iniparse

@@ -50,7 +50,10 @@ class IniIndex {
   void Fill();
   void HashSections();
   void HashKeys();
-  UINT32 FindSection(const char *Name, UINT32 Length, UINT32 Hash) const;
+  // The table slot of the heading or key of that name (folded, and for a
+  // key under heading Heading), or the empty slot where it would go.
+  UINT32 SectionSlot(const char *Name, UINT32 Length, UINT32 Hash) const;
+  UINT32 KeySlot(UINT32 Heading, const char *Name, UINT32 Length, UINT32 Hash) const;
   bool SameName(TextSpan Stored, const char *Name, UINT32 Length) const;
 
   char *Text_ = nullptr;

@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,8 @@ struct JoinCase {
   std::optional<std::string> FileName;
   std::optional<std::string> Joined;     // nullopt: refused
 };
+
+void PrintTo(const JoinCase &C, std::ostream *Out) { *Out << C.Name; }
 
 class JoinTest : public ::testing::TestWithParam<JoinCase> {};
 

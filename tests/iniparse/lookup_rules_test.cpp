@@ -2,6 +2,7 @@
 #include "tests/iniparse/parser_fixture.h"
 
 #include <cstdio>
+#include <ostream>
 
 namespace {
 
@@ -63,6 +64,8 @@ const RuleCase RULES[] = {
     {"NulInsideValueEndsTheText", std::string("[S]\nk=a\0b\n", 10), "S", "k", INI_LOOKUP_FOUND, "a"},
 };
 
+void PrintTo(const RuleCase &C, std::ostream *Out) { *Out << C.Name; }
+
 class LookupRules : public ParserTest, public ::testing::WithParamInterface<RuleCase> {};
 
 TEST_P(LookupRules, FileGivesResult) {
@@ -96,6 +99,8 @@ const SizeCase SIZES[] = {
     {"DriverSizeLongestValue", "longest", 128, INI_LOOKUP_FOUND},
     {"LargeBufferShortValue", "five", 4096, INI_LOOKUP_FOUND},
 };
+
+void PrintTo(const SizeCase &C, std::ostream *Out) { *Out << C.Name; }
 
 class ValueSizes : public ParserTest, public ::testing::WithParamInterface<SizeCase> {};
 
