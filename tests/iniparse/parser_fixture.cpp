@@ -44,6 +44,7 @@ EFI_STATUS ParserImageTest::StartParser() {
   void *Interface = nullptr;
   EXPECT_EQ(Fw().SystemTable()->BootServices->LocateProtocol(&Guid, nullptr, &Interface), EFI_SUCCESS);
   Lookup_ = reinterpret_cast<INI_PARSER_LOOKUP>(Interface);
+  IdleBlocks_ = Fw().LivePoolBlocks();
   return Status;
 }
 
@@ -81,6 +82,10 @@ ParserImageTest::Answer ParserImageTest::Ask(const std::string &File, const std:
     break;
   }
   return Answer{Result, Text};
+}
+
+void ParserImageTest::ExpectNothingHeld() {
+  EXPECT_EQ(Fw().LivePoolBlocks(), IdleBlocks_) << "the image still holds memory";
 }
 
 std::string ParserImageTest::ToolsPath(const std::string &Name) { return VolumeDir(0) + "/tools/" + Name; }

@@ -38,6 +38,10 @@ class ParserImageTest : public SimTest {
   void WriteTools(const std::string &Name, const std::string &Text);
   static void WriteHostFile(const std::string &Path, const std::string &Text);
 
+  // After a lookup that failed, the image holds no file: its pool blocks are
+  // back to what it held right after it started.
+  void ExpectNothingHeld();
+
   INI_PARSER_LOOKUP Lookup() const { return Lookup_; }
   EFI_HANDLE ParserHandle() const { return Handle_; }
 
@@ -45,6 +49,7 @@ class ParserImageTest : public SimTest {
   INI_PARSER_LOOKUP Lookup_ = nullptr;
   EFI_HANDLE Handle_ = nullptr;
   bool Started_ = false;
+  size_t IdleBlocks_ = 0;
 };
 
 class ParserTest : public ParserImageTest {
