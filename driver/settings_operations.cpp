@@ -2,13 +2,13 @@
 //
 // Each runs the session check, loads the forms and hands the work to its
 // subsystem: settings/ for reading and changing questions, ini/ for the INI
-// export and import. The INI operations are not part of this image yet and
-// end at the marked step with EFI_UNSUPPORTED.
+// export and import.
 #include "driver/bios_config_protocol.h"
 #include "driver/last_error_text.h"
 #include "driver/reload_retry.h"
 #include "driver/session.h"
 #include "driver/settings_engine.h"
+#include "ini/ini_access.h"
 #include "settings/settings_access.h"
 
 namespace {
@@ -22,12 +22,14 @@ namespace {
   return (*Engine)->EnsureFormsLoaded();
 }
 
-// Work steps for the reload-and-retry: the form-ordered change step, and
-// the plug-in point of the INI import.
+// Work steps for the reload-and-retry: the form-ordered change step and the
+// INI import.
 EFI_STATUS ApplyFormSettingsPass(SettingsEngine &Engine, void *Values) {
   return ::SetFormSettings(Engine, static_cast<BIOS_SETTING_VALUE *>(Values));
 }
-EFI_STATUS ImportIniPass(SettingsEngine &, void *) { return EFI_UNSUPPORTED; }
+EFI_STATUS ImportIniPass(SettingsEngine &Engine, void *IniFileName) {
+  return ReadBiosSection(Engine, static_cast<const char *>(IniFileName));
+}
 
 }  // namespace
 
@@ -78,7 +80,7 @@ EFI_STATUS EFIAPI SaveSettingsToIni(BIOS_CONFIG_PROTOCOL *, CHAR8 *IniFileName) 
   }
   Status = SessionEngine()->EnsureFormsLoaded();
   if (Status != EFI_SUCCESS) return Status;
-  return EFI_UNSUPPORTED;  // the INI export goes here
+  return WriteBiosSection(*SessionEngine(), reinterpret_cast<const char *>(IniFileName));
 }
 
 // EFI_SUCCESS; BCFG_E_GENERAL_FAILURE (no session or a NULL name);
