@@ -84,11 +84,11 @@ bool IndexedFileIsCurrent(const char *Path) {
 
 }  // namespace
 
-INT32 IndexForFile(const char *IniFileName, const IniIndex *&Index) {
+INT32 IndexForFile(const char *IniFileName, bool ReadAgain, const IniIndex *&Index) {
   Index = nullptr;
   char Path[INI_FILE_PATH_BUFFER_SIZE];
   if (!ResolveIniFileName(IniFileName, Path)) return INI_LOOKUP_SECTION_NOT_FOUND;
-  if (!IndexedFileIsCurrent(Path)) {
+  if (ReadAgain || !IndexedFileIsCurrent(Path)) {
     // The old index goes first: the image never holds two files' worth.
     ForgetIndexedFile();
     const INT32 Result = ReadAndIndex(Path);

@@ -58,7 +58,8 @@ static EFI_GUID gIniParserProtocolGuid = INI_PARSER_PROTOCOL_GUID;
  * SectionName  the text between the brackets of the section heading, compared
  *              whole and ignoring ASCII case (no blanks are trimmed).
  * KeyName      the key, compared ignoring ASCII case and blanks (space, tab)
- *              around it. An empty key (or NULL) probes the section: FOUND
+ *              around it. An empty key (or NULL) probes the section, reading
+ *              the file afresh whatever its size and time: FOUND
  *              with an empty value when the section exists.
  * AuxText      not read and not written.
  * Value        receives the value text (up to a NUL byte, should the file

@@ -35,12 +35,14 @@ INT32 INI_PARSER_EFIAPI IniParserLookup(CHAR8 *SectionName, CHAR8 *KeyName, CHAR
   static_cast<void>(AuxText);
   static_cast<void>(LookupFlags);
   if (SectionName == nullptr) return INI_LOOKUP_SECTION_NOT_FOUND;
+  const NameText Key = CallerName(KeyName, true);
+  const bool Probe = Key.Length == 0;  // an import starting: read the file afresh
   const IniIndex *Index = nullptr;
-  const INT32 Opened = IndexForFile(reinterpret_cast<const char *>(IniFileName), Index);
+  const INT32 Opened = IndexForFile(reinterpret_cast<const char *>(IniFileName), Probe, Index);
   if (Opened != INI_LOOKUP_FOUND) return Opened;
 
   TextSpan Found{0, 0};
-  const INT32 Result = Index->Find(CallerName(SectionName, false), CallerName(KeyName, true), Found);
+  const INT32 Result = Index->Find(CallerName(SectionName, false), Key, Found);
   if (Result != INI_LOOKUP_FOUND) return Result;
   // A NUL byte in the file ends the value as a C string sees it, and the
   // caller's buffer gets no more than that string and its NUL.

@@ -104,6 +104,7 @@ class ExportRules : public IniTest {
                       .CheckBox(4, 1, u"Serial Two")
                       .EndForm();
                   Ifr.Form(9, u"Security").CheckBox(4, 1, u"Serial Elsewhere").EndForm();
+                  Ifr.Form(10, u"Serial Port Configuration").CheckBox(4, 1, u"Serial Three").EndForm();
                 }),
                 {{u"Setup", Setup}}, kTestFormSetGuid);
   }
@@ -131,7 +132,12 @@ TEST_F(ExportRules, OnlySavedFormsAndWritableQuestionsAppear) {
       "Serial Two=1                                          ;Options: 1=Enabled: 0=Disabled\n"
       // Outside a serial path a "Serial" prompt is an ordinary key.
       "\n[BIOS::SECURITY]\n"
-      "Serial Elsewhere=1                                    ;Options: 1=Enabled: 0=Disabled\n";
+      "Serial Elsewhere=1                                    ;Options: 1=Enabled: 0=Disabled\n"
+      // The serial count runs on across forms: a later serial question
+      // replaces the last name instead of adding one.
+      "\n[BIOS::SERIAL PORT CONFIGURATION]\n"
+      "\n[BIOS::SERIAL THREE]\n"
+      "Serial Three=1                                        ;Options: 1=Enabled: 0=Disabled\n";
   EXPECT_EQ(Text, Expected);
 }
 

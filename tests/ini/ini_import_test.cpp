@@ -135,6 +135,52 @@ TEST_F(IniImport, SwitchingConsoleRedirectionOnWritesTheRestOfItsFormAfterTheRel
   EXPECT_EQ(Fw().Calls(sim::Service::HiiExportDatabase), Loads);
 }
 
+// A form whose question moves when "Console Redirection" (offset 0) is
+// switched on: Terminal @1 while it is 0, @2 while it is 1. Its prompt has
+// leading blanks, as some setup screens indent dependent questions.
+TEST_F(IniImport, FormsAfterTheReshapingOneAreWrittenInTheFirstPass) {
+  // Quiet Boot (Main), Console Redirection (its form), Fan Speed Monitoring
+  // (Hardware Monitor, after it): the first pass writes all three, so the
+  // third write of the call is Fan Speed Monitoring's.
+  // Baud Rate, which only the second pass sees, would be the third
+  // otherwise.
+  std::string Text = WithValue(Saved, "Console Redirection", "1", "CONSOLE REDIRECTION]");
+  Text.insert(Text.find('\n', Text.find("\nConsole Redirection=1")) + 1, "Baud Rate=2\n");
+  Text = WithValue(WithValue(Text, "Quiet Boot", "0"), "Fan Speed Monitoring", "0");
+  Fw().FailNthCall(sim::Service::SetVariable, 3, EFI_DEVICE_ERROR);
+  EXPECT_EQ(LoadText(Text), BCFG_INI_E_SET_FAILED);
+  EXPECT_EQ(ErrorText(), u"\nError in setting BIOS Variable Fan Speed Monitoring through INI file\n");
+  EXPECT_EQ(gImage.ReloadRequired, 1) << "set before the failure, kept after it";
+}
+
+class MovingIniQuestions : public IniTest {
+ protected:
+  void SetUp() override {
+    IniTest::SetUp();
+    hiibuild::VariableImage Setup(4);
+    UsePlatform(TestExport([](hiibuild::IfrBuilder &Ifr) {
+                  Ifr.Form(12, u"Console Redirection")
+                      .OneOfWithOptions(0, 1, u"  Console Redirection", {{u"Off", 0}, {u"On", 1}}, 0);
+                  Ifr.SuppressIf().EqIdVal(0, 1, 1).CheckBox(1, 1, u"  Terminal").EndIf();
+                  Ifr.SuppressIf().EqIdVal(0, 1, 0).CheckBox(2, 1, u"  Terminal").EndIf();
+                  Ifr.EndForm();
+                }),
+                {{u"Setup", Setup}}, kTestFormSetGuid);
+  }
+  uint32_t At(size_t Offset) { return Stored(u"Setup", kTestFormSetGuid, Offset, 1); }
+};
+
+TEST_F(MovingIniQuestions, KeysDropLeadingBlanksAndTheFormWaitsForTheReload) {
+  ASSERT_EQ(Save("moving.ini"), EFI_SUCCESS);
+  const std::string Saved = ReadIni("moving.ini");
+  EXPECT_NE(Saved.find("\n  Console Redirection=0 "), std::string::npos) << "exported with its blanks";
+  WriteIni("moving.ini", "[BIOS]\n[BIOS::CONSOLE REDIRECTION]\nConsole Redirection=1\nTerminal=1\n");
+  ASSERT_EQ(Load("moving.ini"), EFI_SUCCESS);
+  EXPECT_EQ(At(0), 1u);
+  EXPECT_EQ(At(1), 0u) << "the first pass passes over the rest of the form";
+  EXPECT_EQ(At(2), 1u) << "the second pass writes the question where it is now";
+}
+
 class IniWithoutParser : public SettingsTest {};
 
 TEST_F(IniWithoutParser, EveryLookupFailsAndTheImportWritesNothing) {

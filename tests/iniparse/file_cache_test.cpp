@@ -48,6 +48,17 @@ TEST_F(ParserTest, SameSizeWithNewTimeIsReadAgain) {
   EXPECT_EQ(Ask("a.ini", "S", "k").Value, "2");
 }
 
+TEST_F(ParserTest, ASectionProbeReadsTheFileAgainWhateverItsSizeAndTime) {
+  WriteTools("a.ini", "[S]\nk=1\n");
+  ASSERT_EQ(Ask("a.ini", "S", "k").Value, "1");
+  const fs::file_time_type Before = fs::last_write_time(ToolsPath("a.ini"));
+  WriteTools("a.ini", "[S]\nk=2\n");
+  fs::last_write_time(ToolsPath("a.ini"), Before);  // within the same two seconds on FAT
+  EXPECT_EQ(Ask("a.ini", "S", "k").Value, "1") << "a plain lookup trusts size and time";
+  EXPECT_EQ(Ask("a.ini", "S", "").Result, INI_LOOKUP_FOUND);
+  EXPECT_EQ(Ask("a.ini", "S", "k").Value, "2") << "the probe that starts an import read it afresh";
+}
+
 TEST_F(ParserTest, DeletedFileIsGoneUntilWrittenAgain) {
   WriteTools("a.ini", "[S]\nk=1\n");
   ASSERT_EQ(Ask("a.ini", "S", "k").Value, "1");
