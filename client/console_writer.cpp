@@ -57,6 +57,20 @@ ConsoleWriter &ConsoleWriter::Escaped(const CHAR16 *Wide, UINT32 Length) {
   return *this;
 }
 
+ConsoleWriter &ConsoleWriter::QuotedBytes(const char *Bytes, UINTN Length) {
+  Put('"');
+  for (UINTN Index = 0; Index < Length; ++Index) {
+    const UINT8 Byte = static_cast<UINT8>(Bytes[Index]);
+    if (Byte >= 0x20 && Byte < 0x7F && Byte != '"' && Byte != '\\') {
+      Put(Byte);
+    } else {
+      Text("\\u").Hex(Byte, 4);
+    }
+  }
+  Put('"');
+  return *this;
+}
+
 ConsoleWriter &ConsoleWriter::Quoted(const CHAR16 *Wide, UINT32 Length) {
   if (Wide == nullptr) return Text("<none>");
   return Text("\"").Escaped(Wide, Length).Text("\"");

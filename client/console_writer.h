@@ -26,6 +26,8 @@ class ConsoleWriter {
   ConsoleWriter &QuotedZ(const CHAR16 *Wide);
   // The same escapes without quotes.
   ConsoleWriter &Escaped(const CHAR16 *Wide, UINT32 Length);
+  // 8-bit text (as INI files hold it) with the same escapes and quotes.
+  ConsoleWriter &QuotedBytes(const char *Bytes, UINTN Length);
   ConsoleWriter &EndLine();
   void Flush();
 

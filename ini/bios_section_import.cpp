@@ -35,6 +35,8 @@ constexpr const char *SERIAL_B_SECTIONS[] = {"BIOS::ADVANCED::SERIAL PORT CONFIG
 
 struct ImportRun {
   const char *FileName;
+  ImportObserver Observer;  // set: plan only, write nothing
+  void *ObserverContext;
   char SectionPath[SECTION_PATH_BYTES];
   UINT16 PreviousFormId;
   UINT16 SerialQuestionCount;
@@ -107,6 +109,12 @@ bool ReshapesForms(const char *Key) {
   return crt::strcmp(Key, "Console Redirection") == 0 || crt::strcmp(Key, "Vexon(R) DR for Remapped I/O") == 0;
 }
 
+// Tells the observer of a plan what the import would do with a question.
+void Report(ImportRun &Run, const SetupQuestion &Question, UINT32 Value, ImportStepKind Kind) {
+  const ImportStep Step{Run.SectionPath, Run.KeyText, &Question, Value, Kind};
+  Run.Observer(Run.ObserverContext, Step);
+}
+
 [[nodiscard]] EFI_STATUS ImportQuestion(SettingsEngine &Engine, ImportRun &Run, SetupQuestion &Question) {
   NarrowPrompt(Question.PromptText, Question.PromptLength, true, Run.KeyText, sizeof(Run.KeyText));
   if (crt::strstr(Run.KeyText, "Serial") != nullptr) EnterSerialSection(Run);
@@ -127,31 +135,45 @@ bool ReshapesForms(const char *Key) {
   Record.Value = static_cast<UINT32>(crt::atoi(Run.ValueText));
   const bool ValueQuestion = Question.OpCode == IFR_ONE_OF_OP || Question.OpCode == IFR_CHECKBOX_OP ||
                              Question.OpCode == IFR_NUMERIC_OP;
-  if (Record.Value == Question.Value || !ValueQuestion || !Run.ApplyEnabled) return EFI_SUCCESS;
+  if (Record.Value == Question.Value || !ValueQuestion) return EFI_SUCCESS;
+  const bool Planning = Run.Observer != nullptr;
+  if (!Run.ApplyEnabled) {
+    // Held back until the forms are read again after a reshaping change.
+    if (Planning) Report(Run, Question, Record.Value, ImportStepKind::AfterReload);
+    return EFI_SUCCESS;
+  }
   if (!QuestionAcceptsValue(Question, Record.Value)) {
-    (void)SetLastErrorText(W(u"\nData for BIOS Var %ls is out of range in INI file\n"), Record.Name);
+    if (Planning) {
+      Report(Run, Question, Record.Value, ImportStepKind::OutOfRange);
+    } else {
+      (void)SetLastErrorText(W(u"\nData for BIOS Var %ls is out of range in INI file\n"), Record.Name);
+    }
     return BCFG_INI_E_OUT_OF_RANGE;
   }
-  if (WriteQuestionValue(Engine, Question, Record) != EFI_SUCCESS) {
+  const bool Reshapes = ReshapesForms(Run.KeyText) && Record.Value != 0;
+  if (Planning) {
+    Report(Run, Question, Record.Value, Reshapes ? ImportStepKind::ReshapingChange : ImportStepKind::Change);
+  } else if (WriteQuestionValue(Engine, Question, Record) != EFI_SUCCESS) {
     (void)SetLastErrorText(W(u"\nError in setting BIOS Variable %ls through INI file\n"), Record.Name);
     return BCFG_INI_E_SET_FAILED;
   }
-  if (ReshapesForms(Run.KeyText) && Record.Value != 0) {
-    gImage.ReloadRequired = 1;
+  if (Reshapes) {
+    if (!Planning) gImage.ReloadRequired = 1;
     if (gImage.DeferAfterReloadChange == 1) Run.ApplyEnabled = false;
   }
   return EFI_SUCCESS;
 }
 
-}  // namespace
-
-EFI_STATUS ReadBiosSection(SettingsEngine &Engine, const char *IniFileName) {
+[[nodiscard]] EFI_STATUS RunImport(SettingsEngine &Engine, const char *IniFileName, ImportObserver Observer,
+                                   void *Context) {
   if (IniFileName == nullptr) return BCFG_INI_E_NO_FILE_NAME;
   // The one large buffer of the run, had before anything is read or written.
   crt::HeapPtr<CHAR16> Prompt(static_cast<CHAR16 *>(crt::calloc(PROMPT_UNITS + 1, sizeof(CHAR16))));
   if (!Prompt) return BCFG_E_OUT_OF_MEMORY;
   ImportRun R{};
   R.FileName = IniFileName;
+  R.Observer = Observer;
+  R.ObserverContext = Context;
   crt::strcpy(R.SectionPath, "BIOS");
   R.ApplyEnabled = true;
   R.Prompt = Prompt.Get();
@@ -174,4 +196,15 @@ EFI_STATUS ReadBiosSection(SettingsEngine &Engine, const char *IniFileName) {
     if (Status != EFI_SUCCESS) return Status;
   }
   return EFI_SUCCESS;
+}
+
+}  // namespace
+
+EFI_STATUS ReadBiosSection(SettingsEngine &Engine, const char *IniFileName) {
+  return RunImport(Engine, IniFileName, nullptr, nullptr);
+}
+
+EFI_STATUS PlanBiosSection(SettingsEngine &Engine, const char *IniFileName, ImportObserver Observer, void *Context) {
+  if (Observer == nullptr) return EFI_INVALID_PARAMETER;
+  return RunImport(Engine, IniFileName, Observer, Context);
 }

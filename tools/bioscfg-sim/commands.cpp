@@ -74,6 +74,10 @@ const std::vector<Command> &Commands() {
       {"get-form", "TITLE PROMPT...", "read questions of one form in form order", RunGetFormCommand},
       {"set", "PROMPT=VALUE...", "change questions by prompt; VALUE decimal, 0x-hex or option text", RunSetCommand},
       {"set-form", "TITLE PROMPT=VALUE...", "change questions of one form in form order", RunSetFormCommand},
+      {"save", "FILE", "append the visible settings to FILE (bioscfg-tool save)", RunSaveCommand},
+      {"load", "[--dry-run] [--no-backup] FILE", "restore FILE, backup first (bioscfg-tool load)", RunLoadCommand},
+      {"diff", "FILE", "what loading FILE would change, by the import's own rules; writes nothing", RunDiffCommand},
+      {"list-settings", "", "what save would save (bioscfg-tool list)", RunListSettingsCommand},
       {"export-platform", "DIR", "write the sample platform as DIR/platform.hii and DIR/variables.txt",
        RunExportPlatform},
   };

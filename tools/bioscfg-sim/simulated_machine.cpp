@@ -1,6 +1,7 @@
 #include "tools/bioscfg-sim/simulated_machine.h"
 
 #include "client/tool_image.h"
+#include "iniparse/sim_image.h"
 #include "sim/bioscfg_image.h"
 #include "sim/text.h"
 #include "tools/strc/catalog_image.h"
@@ -47,6 +48,7 @@ bool SimulatedMachine::Start(const PlatformInput &Platform, const std::string &M
   for (const auto &V : Platform.Variables) Fw->PutVariable(V.Name, V.Guid, V.Attributes, V.Data);
   StartVariables = Platform.Variables;
   Fw->RegisterImage(sim::ToolImage());
+  Fw->RegisterImage(sim::IniparseImage());
 
   Fw->RegisterImage(sim::BioscfgImage());
   EFI_STATUS Status = Fw->LoadAndStart("fs0:\\tools\\bioscfg.efi", &Driver);
@@ -92,6 +94,8 @@ EFI_STATUS SimulatedMachine::RunTool(const std::vector<std::string> &Arguments, 
   }
   return Status;
 }
+
+std::string SimulatedMachine::ToolsFolder() const { return (fs::path(Folder->Path()) / "tools").string(); }
 
 std::vector<platform::PlatformVariable> SimulatedMachine::CurrentVariables() const {
   std::vector<platform::PlatformVariable> Now;

@@ -36,6 +36,9 @@ class SimulatedMachine {
   // with, by name and GUID, as the firmware holds them now).
   std::vector<platform::PlatformVariable> CurrentVariables() const;
 
+  // The host folder behind fs0:\tools, the TORVEL_PATH folder.
+  std::string ToolsFolder() const;
+
   BIOS_CONFIG_PROTOCOL *Protocol() const { return Interface; }
   sim::Firmware &Firmware() { return *Fw; }
 

@@ -23,16 +23,19 @@ bool KeepVariables(const Options &Opts, const SimulatedMachine &Machine, std::st
   return WriteFileBytes(Opts.VariablesPath, std::vector<uint8_t>(Store.begin(), Store.end()), Error);
 }
 
+}  // namespace
+
 int RunThroughTool(const Options &Opts, const std::string &Command, const std::vector<std::string> &Operands,
-                   bool Changes) {
+                   bool Changes, const ToolFileHooks &Hooks) {
   PlatformInput Platform;
   std::string Error;
-  const bool NewStore = Changes && !Opts.VariablesPath.empty() && !std::filesystem::exists(Opts.VariablesPath);
+  const bool NewStore = !Opts.VariablesPath.empty() && !std::filesystem::exists(Opts.VariablesPath);
   Options Reading = Opts;
   if (NewStore) Reading.VariablesPath.clear();  // a new file starts from the platform's defaults
   if (!LoadPlatform(Reading, Platform, Error)) return Fail(Error);
   SimulatedMachine Machine;
   if (!Machine.Start(Platform, Opts.MessagesPath, Error)) return Fail(Error);
+  if (Hooks.Before && !Hooks.Before(Machine, Error)) return Fail(Error);
 
   std::vector<std::string> Arguments;
   if (Opts.AllQuestions) Arguments.push_back("--all");
@@ -41,6 +44,7 @@ int RunThroughTool(const Options &Opts, const std::string &Command, const std::v
   std::string Output;
   const EFI_STATUS Status = Machine.RunTool(Arguments, Output);
   std::fputs(Output.c_str(), stdout);
+  if (Hooks.After && !Hooks.After(Machine, Output, Error)) return Fail(Error);
 
   if (Changes) {
     if (Opts.VariablesPath.empty()) {
@@ -51,8 +55,6 @@ int RunThroughTool(const Options &Opts, const std::string &Command, const std::v
   }
   return Status == EFI_SUCCESS ? 0 : 1;
 }
-
-}  // namespace
 
 int RunGetCommand(const Options &Opts, const std::vector<std::string> &Args) {
   return RunThroughTool(Opts, "get", Args, false);
