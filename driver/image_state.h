@@ -6,6 +6,7 @@
 // simulator calls it when it "loads" the image again.
 #pragma once
 
+#include "iniparse/ini_parser_protocol.h"
 #include "runtime/uefi.h"
 
 class SettingsEngine;
@@ -14,6 +15,7 @@ class MessageCatalogHolder;
 struct _EFI_HII_PROTOCOL;
 
 constexpr UINT32 LAST_ERROR_TEXT_CHARS = 512;
+constexpr UINT32 INI_PARSER_PATH_BYTES = 300;
 
 struct DriverImageState {
   // The driver's own copy of the system table handed to the entry point.
@@ -38,6 +40,12 @@ struct DriverImageState {
   // Framework HII: the located interface and the handle to export.
   _EFI_HII_PROTOCOL *Hii;
   UINT16 HiiHandle;
+
+  // The INI parser image, loaded on the first lookup and kept resident for
+  // the rest of the driver's life (sessions come and go, it stays).
+  char IniParserImagePath[INI_PARSER_PATH_BYTES];
+  EFI_HANDLE IniParserImage;
+  INI_PARSER_LOOKUP IniParserLookup;
 };
 
 constexpr DriverImageState LoadTimeImageState() {

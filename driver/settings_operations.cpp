@@ -1,14 +1,15 @@
 // The protocol operations that work on the setup questions.
 //
-// Each runs the session check and its own argument checks, then loads the
-// forms. The request lookup, the change steps and the INI export and import
-// are separate subsystems that are not part of this image yet; until they
-// are, each operation ends at the marked step with EFI_UNSUPPORTED.
+// Each runs the session check, loads the forms and hands the work to its
+// subsystem: settings/ for reading and changing questions, ini/ for the INI
+// export and import.
 #include "driver/bios_config_protocol.h"
 #include "driver/last_error_text.h"
 #include "driver/reload_retry.h"
 #include "driver/session.h"
 #include "driver/settings_engine.h"
+#include "ini/ini_access.h"
+#include "settings/settings_access.h"
 
 namespace {
 
@@ -21,10 +22,14 @@ namespace {
   return (*Engine)->EnsureFormsLoaded();
 }
 
-// Work steps for the reload-and-retry. Plug-in points of the change step
-// and of the INI import.
-EFI_STATUS ApplyFormSettingsPass(SettingsEngine &, void *) { return EFI_UNSUPPORTED; }
-EFI_STATUS ImportIniPass(SettingsEngine &, void *) { return EFI_UNSUPPORTED; }
+// Work steps for the reload-and-retry: the form-ordered change step and the
+// INI import.
+EFI_STATUS ApplyFormSettingsPass(SettingsEngine &Engine, void *Values) {
+  return ::SetFormSettings(Engine, static_cast<BIOS_SETTING_VALUE *>(Values));
+}
+EFI_STATUS ImportIniPass(SettingsEngine &Engine, void *IniFileName) {
+  return ReadBiosSection(Engine, static_cast<const char *>(IniFileName));
+}
 
 }  // namespace
 
@@ -36,8 +41,7 @@ EFI_STATUS EFIAPI GetSettings(BIOS_CONFIG_PROTOCOL *, BIOS_SETTING_REQUEST *Requ
   SettingsEngine *Engine = nullptr;
   const EFI_STATUS Status = PrepareForms(&Engine);
   if (Status != EFI_SUCCESS) return Status;
-  if (Requests == nullptr) return BCFG_E_INVALID_PARAMETER;
-  return EFI_UNSUPPORTED;  // the lookup over the whole question list goes here
+  return ::GetSettings(*Engine, Requests);
 }
 
 // As GetSettings, in form order.
@@ -45,8 +49,7 @@ EFI_STATUS EFIAPI GetFormSettings(BIOS_CONFIG_PROTOCOL *, BIOS_SETTING_REQUEST *
   SettingsEngine *Engine = nullptr;
   const EFI_STATUS Status = PrepareForms(&Engine);
   if (Status != EFI_SUCCESS) return Status;
-  if (Requests == nullptr) return BCFG_E_INVALID_PARAMETER;
-  return EFI_UNSUPPORTED;  // the form-ordered lookup goes here
+  return ::GetFormSettings(*Engine, Requests);
 }
 
 // EFI_SUCCESS; BCFG_E_GENERAL_FAILURE; BCFG_E_VARIABLE_ACCESS (forms or a
@@ -55,8 +58,7 @@ EFI_STATUS EFIAPI SetSettings(BIOS_CONFIG_PROTOCOL *, BIOS_SETTING_VALUE *Values
   SettingsEngine *Engine = nullptr;
   const EFI_STATUS Status = PrepareForms(&Engine);
   if (Status != EFI_SUCCESS) return Status;
-  if (Values == nullptr) return BCFG_E_INVALID_PARAMETER;
-  return EFI_UNSUPPORTED;  // the change step goes here (it never retries)
+  return ::SetSettings(*Engine, Values);  // never retries
 }
 
 // As SetSettings, in form order, followed by the reload-and-retry.
@@ -78,7 +80,7 @@ EFI_STATUS EFIAPI SaveSettingsToIni(BIOS_CONFIG_PROTOCOL *, CHAR8 *IniFileName) 
   }
   Status = SessionEngine()->EnsureFormsLoaded();
   if (Status != EFI_SUCCESS) return Status;
-  return EFI_UNSUPPORTED;  // the INI export goes here
+  return WriteBiosSection(*SessionEngine(), reinterpret_cast<const char *>(IniFileName));
 }
 
 // EFI_SUCCESS; BCFG_E_GENERAL_FAILURE (no session or a NULL name);

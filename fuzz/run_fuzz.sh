@@ -1,5 +1,5 @@
 #!/bin/sh
-# Makes the seed corpus and runs the form fuzzer for a while.
+# Makes the seed corpora and runs each fuzzer for a while.
 #
 #   fuzz/run_fuzz.sh BUILD_DIR SECONDS
 #
@@ -16,7 +16,7 @@ fi
 build=$1
 seconds=$2
 
-cmake --build "$build" --target forms_fuzz make_seeds -j2
+cmake --build "$build" --target forms_fuzz iniparse_fuzz make_seeds -j2
 
 seeds=$build/fuzz/seeds
 corpus=$build/fuzz/corpus
@@ -26,3 +26,12 @@ mkdir -p "$seeds" "$corpus" "$artifacts"
 
 "$build/fuzz/forms_fuzz" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
   -artifact_prefix="$artifacts/" "$corpus" "$seeds"
+
+# The INI parser image: its own corpus, seeded from the tree. Every input is
+# a file written onto the simulated volume, so that volume is kept in memory
+# where the host has a memory file system.
+mkdir -p "$corpus-iniparse"
+fuzz_tmp=${TMPDIR:-/tmp}
+if [ -d /dev/shm ] && [ -w /dev/shm ]; then fuzz_tmp=/dev/shm; fi
+TMPDIR=$fuzz_tmp "$build/fuzz/iniparse_fuzz" -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 \
+  -artifact_prefix="$artifacts/iniparse-" "$corpus-iniparse" "$(dirname "$0")/iniparse_seeds"

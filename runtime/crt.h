@@ -134,4 +134,11 @@ const char *getenv(const char *Name);
 EFI_DEVICE_PATH *FileDevicePathOf(const char *Name);
 void FreeDevicePath(EFI_DEVICE_PATH *Path);
 
+// ---- file information -------------------------------------------------------------
+// Size and last modification time of an open stream's file as the firmware's
+// EFI_FILE_INFO gives them now (pending writes are flushed first), without
+// allocating. EFI_SUCCESS, EFI_INVALID_PARAMETER (no stream or no output), or
+// the firmware's status.
+[[nodiscard]] EFI_STATUS FileSizeAndTime(FILE *Stream, UINT64 *Size, EFI_TIME *Modified);
+
 }  // namespace crt

@@ -5,6 +5,11 @@
 #include "runtime/file_names.h"
 #include "runtime/owners.h"
 #include "runtime/volumes.h"
+#include <stddef.h>
+
+// gnu-efi measures these from a null pointer, which the sanitizers reject.
+#undef SIZE_OF_EFI_FILE_INFO
+#define SIZE_OF_EFI_FILE_INFO offsetof(EFI_FILE_INFO, FileName)
 
 namespace crt::detail {
 

@@ -17,6 +17,7 @@ set(RUNTIME_SOURCES
   runtime/file_open.cpp
   runtime/streams.cpp
   runtime/stream_io.cpp
+  runtime/file_info_query.cpp
   runtime/device_path.cpp
 )
 # Only in the UEFI image: the C symbols the compiler may emit calls to, and

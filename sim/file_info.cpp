@@ -9,6 +9,13 @@
 
 #include <cstring>
 #include <ctime>
+#include <stddef.h>
+
+// gnu-efi measures these from a null pointer, which the sanitizers reject.
+#undef SIZE_OF_EFI_FILE_INFO
+#define SIZE_OF_EFI_FILE_INFO offsetof(EFI_FILE_INFO, FileName)
+#undef SIZE_OF_EFI_FILE_SYSTEM_INFO
+#define SIZE_OF_EFI_FILE_SYSTEM_INFO offsetof(EFI_FILE_SYSTEM_INFO, VolumeLabel)
 
 namespace sim {
 namespace {

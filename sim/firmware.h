@@ -93,6 +93,10 @@ class Firmware {
   [[nodiscard]] EFI_STATUS LoadImageFile(const std::string &Path, EFI_HANDLE *Handle);
   [[nodiscard]] EFI_STATUS StartImage(EFI_HANDLE Image, EFI_STATUS *ExitStatus = nullptr);
   [[nodiscard]] EFI_STATUS UnloadImage(EFI_HANDLE Image);
+  // Gives a loaded image the arguments a UEFI Shell would: the Shell
+  // parameters protocol (Argv[0] the program, then Arguments) on its handle
+  // and the command line, quoted where needed, as its load options.
+  [[nodiscard]] EFI_STATUS SetShellArguments(EFI_HANDLE Image, const std::vector<std::u16string> &Arguments);
   // Load + start; the handle is returned even when the entry point failed.
   [[nodiscard]] EFI_STATUS LoadAndStart(const std::string &Path, EFI_HANDLE *Handle);
   // An image handle as if FilePath ("\\tools\\test.efi") had been loaded

@@ -5,6 +5,10 @@
 
 #include "sim/firmware.h"
 
+extern "C" {
+#include <efishell.h>
+}
+
 #include <array>
 #include <setjmp.h>
 #include <deque>
@@ -37,6 +41,12 @@ struct ImageRecord {
   EFI_STATUS ExitStatus = EFI_SUCCESS;
   UINTN ExitDataSize = 0;
   CHAR16 *ExitData = nullptr;
+  // What a Shell hands the image it starts: the parameters protocol over
+  // these arguments, and the command line as load options.
+  std::vector<std::u16string> Arguments;
+  std::vector<CHAR16 *> ArgumentPointers;
+  std::u16string CommandLine;
+  EFI_SHELL_PARAMETERS_PROTOCOL ShellParameters{};
 };
 
 struct Volume {

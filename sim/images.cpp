@@ -142,8 +142,9 @@ EFI_STATUS EFIAPI StartImage(EFI_HANDLE ImageHandle, UINTN *ExitDataSize, CHAR16
     S.Pool.erase(Image->ExitData);
     std::free(Image->ExitData);
   }
-  // Firmware unloads an image whose entry point failed.
-  if (EFI_ERROR(Status)) DiscardImage(S, Image);
+  // Firmware unloads an image whose entry point failed, and an application
+  // whenever its entry point returns.
+  if (EFI_ERROR(Status) || Image->Descriptor->DataType == EfiLoaderData) DiscardImage(S, Image);
   return Status;
 }
 

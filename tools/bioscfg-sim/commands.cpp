@@ -70,6 +70,14 @@ static int RunExportPlatform(const Options &, const std::vector<std::string> &Ar
 const std::vector<Command> &Commands() {
   static const std::vector<Command> Table = {
       {"list", "", "run the driver on the platform and print its question list", RunList},
+      {"get", "PROMPT...", "read questions by prompt (bioscfg-tool get)", RunGetCommand},
+      {"get-form", "TITLE PROMPT...", "read questions of one form in form order", RunGetFormCommand},
+      {"set", "PROMPT=VALUE...", "change questions by prompt; VALUE decimal, 0x-hex or option text", RunSetCommand},
+      {"set-form", "TITLE PROMPT=VALUE...", "change questions of one form in form order", RunSetFormCommand},
+      {"save", "FILE", "append the visible settings to FILE (bioscfg-tool save)", RunSaveCommand},
+      {"load", "[--dry-run] [--no-backup] FILE", "restore FILE, backup first (bioscfg-tool load)", RunLoadCommand},
+      {"diff", "FILE", "what loading FILE would change, by the import's own rules; writes nothing", RunDiffCommand},
+      {"list-settings", "", "what save would save (bioscfg-tool list)", RunListSettingsCommand},
       {"export-platform", "DIR", "write the sample platform as DIR/platform.hii and DIR/variables.txt",
        RunExportPlatform},
   };
@@ -78,7 +86,8 @@ const std::vector<Command> &Commands() {
 
 void PrintUsage(std::FILE *Out) {
   std::fprintf(Out,
-               "usage: bioscfg-sim [--export FILE] [--variables FILE] [--messages FILE] COMMAND [ARGS]\n"
+               "usage: bioscfg-sim [--export FILE] [--variables FILE] [--messages FILE] [--all-questions]\n"
+               "                   COMMAND [ARGS]\n"
                "\n"
                "Runs the bioscfg driver inside the simulated firmware. Without --export and\n"
                "--variables the embedded sample server platform is used.\n"
@@ -86,11 +95,12 @@ void PrintUsage(std::FILE *Out) {
                "  --export FILE     HII database export (raw bytes)\n"
                "  --variables FILE  variable store (text: NAME GUID ATTRIBUTES DATA per line)\n"
                "  --messages FILE   message catalog source (default: the tree's messages/bioscfg.messages)\n"
+               "  --all-questions   let get and set see every question (SetAllQuestionsMode(1))\n"
                "\n"
                "commands:\n");
   for (const Command &C : Commands()) {
     std::string Head = std::string(C.Name) + (*C.Arguments ? std::string(" ") + C.Arguments : "");
-    std::fprintf(Out, "  %-20s %s\n", Head.c_str(), C.Summary);
+    std::fprintf(Out, "  %-26s %s\n", Head.c_str(), C.Summary);
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include "tools/bioscfg-sim/platform_files.h"
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@ struct Options {
   std::string ExportPath;     // empty: the sample platform
   std::string VariablesPath;  // empty: the sample platform's defaults
   std::string MessagesPath;   // catalog text source
+  bool AllQuestions = false;  // --all-questions: SetAllQuestionsMode(1) first
 };
 
 struct Command {
@@ -23,6 +25,33 @@ struct Command {
 };
 
 const std::vector<Command> &Commands();
+
+class SimulatedMachine;
+
+// What a command does around the tool's run: copying files into the
+// simulated TORVEL_PATH folder before, and out of it after. False with a
+// reason in Error stops the command.
+struct ToolFileHooks {
+  std::function<bool(SimulatedMachine &, std::string &Error)> Before;
+  std::function<bool(SimulatedMachine &, const std::string &Output, std::string &Error)> After;
+};
+
+// Runs bioscfg-tool COMMAND OPERANDS in a machine on the options'
+// platform, prints its output and returns 0 when it ended with EFI_SUCCESS;
+// with Changes, the variables are kept in the --variables file.
+int RunThroughTool(const Options &Opts, const std::string &Command, const std::vector<std::string> &Operands,
+                   bool Changes, const ToolFileHooks &Hooks = {});
+
+// The commands that run the configuration tool (tool_passthrough.cpp,
+// ini_commands.cpp) and diff (diff_command.cpp).
+int RunGetCommand(const Options &Opts, const std::vector<std::string> &Args);
+int RunGetFormCommand(const Options &Opts, const std::vector<std::string> &Args);
+int RunSetCommand(const Options &Opts, const std::vector<std::string> &Args);
+int RunSetFormCommand(const Options &Opts, const std::vector<std::string> &Args);
+int RunSaveCommand(const Options &Opts, const std::vector<std::string> &Args);
+int RunLoadCommand(const Options &Opts, const std::vector<std::string> &Args);
+int RunListSettingsCommand(const Options &Opts, const std::vector<std::string> &Args);
+int RunDiffCommand(const Options &Opts, const std::vector<std::string> &Args);
 void PrintUsage(std::FILE *Out);
 
 // The platform the options name: files when given, the sample otherwise.

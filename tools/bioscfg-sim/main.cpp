@@ -19,6 +19,10 @@ int main(int Argc, char **Argv) {
       PrintUsage(stdout);
       return 0;
     }
+    if (Flag == "--all-questions") {
+      Opts.AllQuestions = true;
+      continue;
+    }
     std::string *Target = Flag == "--export"      ? &Opts.ExportPath
                           : Flag == "--variables" ? &Opts.VariablesPath
                           : Flag == "--messages"  ? &Opts.MessagesPath

@@ -1,6 +1,9 @@
 #include "tools/bioscfg-sim/simulated_machine.h"
 
+#include "client/tool_image.h"
+#include "iniparse/sim_image.h"
 #include "sim/bioscfg_image.h"
+#include "sim/text.h"
 #include "tools/strc/catalog_image.h"
 
 #include <cstdio>
@@ -43,6 +46,9 @@ bool SimulatedMachine::Start(const PlatformInput &Platform, const std::string &M
   Fw->SetShellVariable(u"TORVEL_PATH", u"fs0:\\tools");
   Fw->InstallHii(Platform.Export, Platform.HiiProtocolGuid);
   for (const auto &V : Platform.Variables) Fw->PutVariable(V.Name, V.Guid, V.Attributes, V.Data);
+  StartVariables = Platform.Variables;
+  Fw->RegisterImage(sim::ToolImage());
+  Fw->RegisterImage(sim::IniparseImage());
 
   Fw->RegisterImage(sim::BioscfgImage());
   EFI_STATUS Status = Fw->LoadAndStart("fs0:\\tools\\bioscfg.efi", &Driver);
@@ -66,6 +72,38 @@ bool SimulatedMachine::OpenSession(std::string &Error) {
   if (Status == EFI_SUCCESS) return true;
   Error = "OpenSession failed: " + StatusText(Status);
   return false;
+}
+
+}  // namespace bioscfgsim
+
+namespace bioscfgsim {
+
+EFI_STATUS SimulatedMachine::RunTool(const std::vector<std::string> &Arguments, std::string &Output) {
+  EFI_HANDLE Tool = nullptr;
+  EFI_STATUS Status = Fw->LoadImageFile("fs0:\\tools\\bioscfg-tool.efi", &Tool);
+  if (Status != EFI_SUCCESS) return Status;
+  std::vector<std::u16string> Wide;
+  for (const std::string &Argument : Arguments) Wide.push_back(sim::FromUtf8(Argument));
+  Status = Fw->SetShellArguments(Tool, Wide);
+  if (Status != EFI_SUCCESS) return Status;
+  Fw->ClearConsole();
+  Status = Fw->StartImage(Tool);
+  Output.clear();
+  for (char C : Fw->ConsoleText()) {
+    if (C != '\r') Output.push_back(C);
+  }
+  return Status;
+}
+
+std::string SimulatedMachine::ToolsFolder() const { return (fs::path(Folder->Path()) / "tools").string(); }
+
+std::vector<platform::PlatformVariable> SimulatedMachine::CurrentVariables() const {
+  std::vector<platform::PlatformVariable> Now;
+  for (const auto &V : StartVariables) {
+    auto Found = Fw->FindVariable(V.Name, V.Guid);
+    if (Found) Now.push_back(platform::PlatformVariable{V.Name, V.Guid, Found->Attributes, Found->Data});
+  }
+  return Now;
 }
 
 }  // namespace bioscfgsim

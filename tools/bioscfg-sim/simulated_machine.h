@@ -12,6 +12,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace bioscfgsim {
 
@@ -27,10 +28,22 @@ class SimulatedMachine {
   // Opens a session through the protocol; false with a reason in Error.
   [[nodiscard]] bool OpenSession(std::string &Error);
 
+  // Runs bioscfg-tool.efi from fs0:\tools with these Shell arguments, as a
+  // user would at the Shell prompt. Its console output, lines ending in LF,
+  // goes to Output; the result is the status the tool ended with.
+  [[nodiscard]] EFI_STATUS RunTool(const std::vector<std::string> &Arguments, std::string &Output);
+  // The current contents of the platform's variables (those it started
+  // with, by name and GUID, as the firmware holds them now).
+  std::vector<platform::PlatformVariable> CurrentVariables() const;
+
+  // The host folder behind fs0:\tools, the TORVEL_PATH folder.
+  std::string ToolsFolder() const;
+
   BIOS_CONFIG_PROTOCOL *Protocol() const { return Interface; }
   sim::Firmware &Firmware() { return *Fw; }
 
  private:
+  std::vector<platform::PlatformVariable> StartVariables;
   std::unique_ptr<sim::Firmware> Fw;
   std::unique_ptr<sim::TempFolder> Folder;  // fs0:, removed after the firmware
   EFI_HANDLE Driver = nullptr;

@@ -1,0 +1,22 @@
+// INI files of the tool, named as the driver names them: a name is joined
+// onto the TORVEL_PATH folder exactly as SaveSettingsToIni joins it, so the
+// tool looks where the driver writes.
+#pragma once
+
+#include "ini/ini_file_path.h"
+#include "runtime/owned.h"
+#include "runtime/uefi.h"
+
+// Whether a file of that name exists in the folder.
+[[nodiscard]] bool IniFileExists(const char *Name);
+// Creates the file, or empties it. False when it can't be.
+[[nodiscard]] bool EmptyIniFile(const char *Name);
+// The whole file, NUL-terminated (at most MAX_TOOL_INI_BYTES). False when
+// it can't be read.
+constexpr UINTN MAX_TOOL_INI_BYTES = 16 * 1024 * 1024;
+[[nodiscard]] bool ReadIniFile(const char *Name, crt::HeapPtr<char> &Text, UINTN &Length);
+
+// A backup name for File that names no existing file: File's name with
+// "-backup-N" before its extension, N from 1 up. False when none is free
+// or the name would be too long.
+[[nodiscard]] bool FreeBackupName(const char *File, char (&Name)[INI_FILE_PATH_BUFFER_SIZE]);

@@ -1,0 +1,210 @@
+// ReadBiosSection: restoring setup values from a [BIOS] block.
+//
+// The import walks the questions as the export does, derives each one's
+// section and key the same way, and asks the parser image for the key.
+// Only values that differ from what the question held when the forms were
+// read are written, each through its own read-modify-write of the variable.
+// Before anything is written, a file that gives both serial ports the same
+// address or IRQ is refused: the two UARTs would fight over the resource.
+#include "driver/image_state.h"
+#include "driver/last_error_text.h"
+#include "bioscfg_protocol.h"
+#include "driver/settings_engine.h"
+#include "forms/option_cursor.h"
+#include "ini/ini_access.h"
+#include "ini/ini_parser_bridge.h"
+#include "ini/section_path.h"
+#include "runtime/crt.h"
+#include "runtime/owned.h"
+#include "settings/question_variable.h"
+
+namespace {
+
+constexpr UINT16 INI_VALUE_MAX = 128;
+constexpr UINT32 VALUE_TEXT_BYTES = 50;
+constexpr UINT32 AUX_TEXT_BYTES = 150;
+constexpr UINT32 KEY_TEXT_BYTES = 150;
+// The UTF-16 copy of a prompt, for the record handed to WriteQuestionValue.
+constexpr UINT32 PROMPT_UNITS = 0x10000;
+constexpr UINT32 HIDING_FLAGS = SETUP_QUESTION_SUPPRESSED | SETUP_QUESTION_HIDDEN | SETUP_QUESTION_GRAYED_OUT;
+
+constexpr const char *SERIAL_A_SECTIONS[] = {"BIOS::ADVANCED::SERIAL PORT CONFIGURATION::SERIAL A ENABLE",
+                                             "BIOS::SERIAL PORT CONFIGURATION::SERIAL A ENABLE"};
+constexpr const char *SERIAL_B_SECTIONS[] = {"BIOS::ADVANCED::SERIAL PORT CONFIGURATION::SERIAL B ENABLE",
+                                             "BIOS::SERIAL PORT CONFIGURATION::SERIAL B ENABLE"};
+
+struct ImportRun {
+  const char *FileName;
+  ImportObserver Observer;  // set: plan only, write nothing
+  void *ObserverContext;
+  char SectionPath[SECTION_PATH_BYTES];
+  UINT16 PreviousFormId;
+  UINT16 SerialQuestionCount;
+  bool ApplyEnabled;
+  char KeyText[KEY_TEXT_BYTES];
+  char ValueText[VALUE_TEXT_BYTES];
+  char AuxText[AUX_TEXT_BYTES];
+  CHAR16 *Prompt;  // PROMPT_UNITS
+};
+
+// The key's text from the first of Sections that has it.
+bool ReadFromEither(const char *const (&Sections)[2], const char *Key, const char *FileName, char (&Value)[VALUE_TEXT_BYTES]) {
+  char Aux[VALUE_TEXT_BYTES] = {};
+  for (const char *Section : Sections) {
+    if (ReadIniKey(Section, Key, Aux, Value, sizeof(Value), INI_VALUE_MAX, FileName, 0) == 0) return true;
+  }
+  return false;
+}
+
+bool SameIgnoringCase(const char *A, const char *B) {
+  for (; *A != '\0' && crt::tolower(static_cast<UINT8>(*A)) == crt::tolower(static_cast<UINT8>(*B)); ++A, ++B) {
+  }
+  return *A == '\0' && *B == '\0';
+}
+
+}  // namespace
+
+// 0 when no conflict is found (or there is not enough to tell), -1 when
+// both ports are given the same address or the same IRQ.
+INT32 CheckSerialPortConflict(const char *IniFileName) {
+  static constexpr const char *KEYS[] = {"Address", "IRQ"};
+  for (const char *Key : KEYS) {
+    char PortA[VALUE_TEXT_BYTES] = {};
+    char PortB[VALUE_TEXT_BYTES] = {};
+    if (!ReadFromEither(SERIAL_A_SECTIONS, Key, IniFileName, PortA)) return 0;
+    if (!ReadFromEither(SERIAL_B_SECTIONS, Key, IniFileName, PortB)) return 0;
+    if (SameIgnoringCase(PortA, PortB)) return -1;
+  }
+  return 0;
+}
+
+namespace {
+
+void EnterForm(ImportRun &Run, const SetupQuestion &Form) {
+  char Title[SECTION_PATH_BYTES];
+  NarrowPrompt(Form.PromptText, Form.PromptLength, false, Title, sizeof(Title));
+  char Section[SECTION_PATH_BYTES] = {};
+  BuildSectionPath(Run.SectionPath, Run.PreviousFormId, Title, Form.FormId, Section);
+  crt::memcpy(Run.SectionPath, UppercaseAscii(Section), SECTION_PATH_BYTES);
+  Run.PreviousFormId = Form.FormId;
+  Run.ApplyEnabled = true;
+}
+
+// A question whose prompt names a serial port has a section of its own, as
+// the export wrote it.
+void EnterSerialSection(ImportRun &Run) {
+  char Section[SECTION_PATH_BYTES] = {};
+  if (++Run.SerialQuestionCount == 1) {
+    const UINT32 Child = static_cast<UINT32>(Run.PreviousFormId) * 10 + 1;
+    BuildSectionPath(Run.SectionPath, Run.PreviousFormId, Run.KeyText, Child, Section);
+    Run.PreviousFormId = static_cast<UINT16>(Child);
+  } else {
+    Run.PreviousFormId = static_cast<UINT16>(Run.PreviousFormId + 1);
+    BuildSectionPath(Run.SectionPath, Run.PreviousFormId, Run.KeyText, Run.PreviousFormId, Section);
+  }
+  crt::memcpy(Run.SectionPath, UppercaseAscii(Section), SECTION_PATH_BYTES);
+}
+
+bool ReshapesForms(const char *Key) {
+  return crt::strcmp(Key, "Console Redirection") == 0 || crt::strcmp(Key, "Vexon(R) DR for Remapped I/O") == 0;
+}
+
+// Tells the observer of a plan what the import would do with a question.
+void Report(ImportRun &Run, const SetupQuestion &Question, UINT32 Value, ImportStepKind Kind) {
+  const ImportStep Step{Run.SectionPath, Run.KeyText, &Question, Value, Kind};
+  Run.Observer(Run.ObserverContext, Step);
+}
+
+[[nodiscard]] EFI_STATUS ImportQuestion(SettingsEngine &Engine, ImportRun &Run, SetupQuestion &Question) {
+  NarrowPrompt(Question.PromptText, Question.PromptLength, true, Run.KeyText, sizeof(Run.KeyText));
+  if (crt::strstr(Run.KeyText, "Serial") != nullptr) EnterSerialSection(Run);
+
+  const auto *Bytes = reinterpret_cast<const UINT8 *>(Question.PromptText);
+  for (UINT32 Unit = 0; Unit < Question.PromptLength; ++Unit) {
+    Run.Prompt[Unit] = static_cast<CHAR16>(Bytes[2 * Unit] | (Bytes[2 * Unit + 1] << 8));
+  }
+  Run.Prompt[Question.PromptLength] = 0;
+  BIOS_SETTING_VALUE Record{};
+  Record.Name = Run.Prompt;
+  Record.NameLength = Question.PromptLength;
+
+  if (ReadIniKey(Run.SectionPath, Run.KeyText, Run.AuxText, Run.ValueText, sizeof(Run.ValueText), INI_VALUE_MAX,
+                 Run.FileName, 0) != 0) {
+    return EFI_SUCCESS;
+  }
+  Record.Value = static_cast<UINT32>(crt::atoi(Run.ValueText));
+  const bool ValueQuestion = Question.OpCode == IFR_ONE_OF_OP || Question.OpCode == IFR_CHECKBOX_OP ||
+                             Question.OpCode == IFR_NUMERIC_OP;
+  if (Record.Value == Question.Value || !ValueQuestion) return EFI_SUCCESS;
+  const bool Planning = Run.Observer != nullptr;
+  if (!Run.ApplyEnabled) {
+    // Held back until the forms are read again after a reshaping change.
+    if (Planning) Report(Run, Question, Record.Value, ImportStepKind::AfterReload);
+    return EFI_SUCCESS;
+  }
+  if (!QuestionAcceptsValue(Question, Record.Value)) {
+    if (Planning) {
+      Report(Run, Question, Record.Value, ImportStepKind::OutOfRange);
+    } else {
+      (void)SetLastErrorText(W(u"\nData for BIOS Var %ls is out of range in INI file\n"), Record.Name);
+    }
+    return BCFG_INI_E_OUT_OF_RANGE;
+  }
+  const bool Reshapes = ReshapesForms(Run.KeyText) && Record.Value != 0;
+  if (Planning) {
+    Report(Run, Question, Record.Value, Reshapes ? ImportStepKind::ReshapingChange : ImportStepKind::Change);
+  } else if (WriteQuestionValue(Engine, Question, Record) != EFI_SUCCESS) {
+    (void)SetLastErrorText(W(u"\nError in setting BIOS Variable %ls through INI file\n"), Record.Name);
+    return BCFG_INI_E_SET_FAILED;
+  }
+  if (Reshapes) {
+    if (!Planning) gImage.ReloadRequired = 1;
+    if (gImage.DeferAfterReloadChange == 1) Run.ApplyEnabled = false;
+  }
+  return EFI_SUCCESS;
+}
+
+[[nodiscard]] EFI_STATUS RunImport(SettingsEngine &Engine, const char *IniFileName, ImportObserver Observer,
+                                   void *Context) {
+  if (IniFileName == nullptr) return BCFG_INI_E_NO_FILE_NAME;
+  // The one large buffer of the run, had before anything is read or written.
+  crt::HeapPtr<CHAR16> Prompt(static_cast<CHAR16 *>(crt::calloc(PROMPT_UNITS + 1, sizeof(CHAR16))));
+  if (!Prompt) return BCFG_E_OUT_OF_MEMORY;
+  ImportRun R{};
+  R.FileName = IniFileName;
+  R.Observer = Observer;
+  R.ObserverContext = Context;
+  crt::strcpy(R.SectionPath, "BIOS");
+  R.ApplyEnabled = true;
+  R.Prompt = Prompt.Get();
+
+  const INT32 Probe = ReadIniKey("BIOS", "", R.AuxText, R.ValueText, sizeof(R.ValueText), INI_VALUE_MAX, IniFileName, 0);
+  if (Probe == -4) return BCFG_INI_E_BIOS_SECTION;
+  // Without the parser every lookup would answer the same: nothing to read.
+  if (Probe == INI_BRIDGE_NO_PARSER || Probe == INI_BRIDGE_PATH_TOO_LONG) return EFI_SUCCESS;
+  if (CheckSerialPortConflict(IniFileName) != 0) return BCFG_INI_E_SERIAL_CONFLICT;
+
+  for (SetupQuestion *Q = Engine.Forms.Questions; Q != nullptr; Q = Q->Next) {
+    if (Q->PromptText == nullptr || Q->PromptLength == 0 || (Q->Flags & HIDING_FLAGS) != 0) continue;
+    R.KeyText[0] = '\0';
+    R.ValueText[0] = '\0';
+    if (Q->OpCode == IFR_FORM_OP) {
+      EnterForm(R, *Q);
+      continue;
+    }
+    const EFI_STATUS Status = ImportQuestion(Engine, R, *Q);
+    if (Status != EFI_SUCCESS) return Status;
+  }
+  return EFI_SUCCESS;
+}
+
+}  // namespace
+
+EFI_STATUS ReadBiosSection(SettingsEngine &Engine, const char *IniFileName) {
+  return RunImport(Engine, IniFileName, nullptr, nullptr);
+}
+
+EFI_STATUS PlanBiosSection(SettingsEngine &Engine, const char *IniFileName, ImportObserver Observer, void *Context) {
+  if (Observer == nullptr) return EFI_INVALID_PARAMETER;
+  return RunImport(Engine, IniFileName, Observer, Context);
+}

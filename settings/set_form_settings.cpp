@@ -1,0 +1,113 @@
+// SetFormSettings: changing the questions of one form, in form order.
+//
+// Two questions reshape their forms when switched on: "Console
+// Redirection" adds the terminal settings below it, and DMA remapping
+// changes what the I/O forms offer. The questions after such a change may
+// no longer be the ones the client meant, so on a freshly loaded driver the
+// rest of that form is only marked applied, and the protocol layer reloads
+// the forms and runs the list a second time (ReloadRequired).
+#include "driver/image_state.h"
+#include "driver/last_error_text.h"
+#include "driver/settings_engine.h"
+#include "forms/option_cursor.h"
+#include "settings/eligibility.h"
+#include "settings/question_variable.h"
+#include "settings/record_list.h"
+#include "settings/settings_access.h"
+
+namespace {
+
+constexpr CHAR16 CONSOLE_REDIRECTION_PROMPT[] = {'C', 'o', 'n', 's', 'o', 'l', 'e', ' ', 'R', 'e', 'd', 'i',
+                                                 'r', 'e', 'c', 't', 'i', 'o', 'n', 0};
+constexpr CHAR16 REMAPPING_PROMPT[] = {'V', 'e', 'x', 'o', 'n', '(', 'R', ')', ' ', 'D', 'R', ' ', 'f', 'o', 'r',
+                                       ' ', 'R', 'e', 'm', 'a', 'p', 'p', 'e', 'd', ' ', 'I', '/', 'O', 0};
+
+bool ReshapesForms(const PromptText &Prompt) {
+  return NameMatchesPrompt(CONSOLE_REDIRECTION_PROMPT, Prompt) || NameMatchesPrompt(REMAPPING_PROMPT, Prompt);
+}
+
+// The walk's state along the client's list.
+struct FormPath {
+  BIOS_SETTING_VALUE *Head;
+  BIOS_SETTING_VALUE *Cursor;
+  UINTN CursorIndex;
+  UINTN MaybeSet;  // records from the head that may hold a non-zero Status
+  bool ApplyEnabled;
+  bool AnyWritten;
+
+  void Restart() {
+    BIOS_SETTING_VALUE *Record = Head;
+    for (UINTN Index = 0; Index < MaybeSet; ++Index, Record = Record->Next) Record->Status = BIOS_SETTING_NOT_APPLIED;
+    MaybeSet = 0;
+    Cursor = Head;
+    CursorIndex = 0;
+  }
+  void Advance() {
+    Cursor = Cursor->Next;
+    ++CursorIndex;
+    if (CursorIndex > MaybeSet) MaybeSet = CursorIndex;
+  }
+};
+
+// A question of the form whose prompt the cursor's record names.
+[[nodiscard]] EFI_STATUS ApplyAtCursor(SettingsEngine &Engine, SetupQuestion &Question, FormPath &Path) {
+  BIOS_SETTING_VALUE &Record = *Path.Cursor;
+  if (!Path.ApplyEnabled) {
+    Record.Status = BIOS_SETTING_APPLIED;  // deferred to the second pass
+    Path.Advance();
+    return EFI_SUCCESS;
+  }
+  if (ReshapesForms(PromptOf(Question)) && Record.Value != 0 && Record.Value != Question.Value) {
+    gImage.ReloadRequired = 1;
+    if (gImage.DeferAfterReloadChange == 1) Path.ApplyEnabled = false;
+  }
+  if (!QuestionAcceptsValue(Question, Record.Value)) {
+    Record.Status = BIOS_SETTING_NOT_APPLIED;
+    (void)SetLastErrorText(W(u"\nData for BIOS Var %ls is out of range\n"), Record.Name);
+    return BCFG_E_OUT_OF_RANGE;
+  }
+  const EFI_STATUS Written = WriteQuestionValue(Engine, Question, Record);
+  if (Written == BCFG_E_OUT_OF_MEMORY) return Written;
+  if (Written != EFI_SUCCESS) {
+    (void)SetLastErrorText(W(u"\nError in setting BIOS Variable %ls\n"), Record.Name);
+    return BCFG_E_VARIABLE_ACCESS;
+  }
+  Record.Status = BIOS_SETTING_APPLIED;
+  Path.Advance();
+  Path.AnyWritten = true;
+  return EFI_SUCCESS;
+}
+
+}  // namespace
+
+EFI_STATUS SetFormSettings(SettingsEngine &Engine, BIOS_SETTING_VALUE *Values) {
+  UINTN Count = 0;
+  if (Values == nullptr || !CountRecords(Values, &Count)) return BCFG_E_INVALID_PARAMETER;
+  FormPath Path{Values, Values, 0, Count, true, false};
+
+  for (SetupQuestion *Question = Engine.Forms.Questions; Question != nullptr; Question = Question->Next) {
+    const bool Title = Question->OpCode == IFR_FORM_OP;
+    if (Title) {
+      Path.Restart();
+    } else if (Path.Cursor == Path.Head) {
+      continue;  // no form of the wanted title entered yet
+    }
+    if (!QuestionEligible(*Question, SettingsOperation::SetForm, 0)) continue;
+    if (!Title && !IsValueQuestion(*Question)) continue;
+    const bool Named = NameMatchesPrompt(Path.Cursor->Name, PromptOf(*Question));
+    if (Title) {
+      if (Named) {
+        Path.Cursor->Status = BIOS_SETTING_APPLIED;
+        Path.Advance();
+      }
+      Path.ApplyEnabled = true;
+    } else if (Named) {
+      const EFI_STATUS Status = ApplyAtCursor(Engine, *Question, Path);
+      if (Status != EFI_SUCCESS) return Status;
+    }
+    if (Path.Cursor == nullptr) return EFI_SUCCESS;
+  }
+  // The form ended before the list did: tell the client on its title.
+  if (Path.AnyWritten) Path.Head->Status = BIOS_SETTING_REJECTED;
+  return EFI_SUCCESS;
+}

@@ -1,0 +1,146 @@
+// The tool's save, load and list on the sample platform, and the host
+// tool's diff: backups that never overwrite, a load that changes nothing
+// when its backup fails, and reports of what a load would change.
+#include "tools/bioscfg-sim/commands.h"
+#include "tools/bioscfg-sim/simulated_machine.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+using bioscfgsim::SimulatedMachine;
+
+std::string MessagesSource() {
+  return (fs::path(__FILE__).parent_path().parent_path().parent_path() / "messages" / "bioscfg.messages").string();
+}
+
+std::vector<std::string> Lines(const std::string &Text) {
+  std::vector<std::string> Out;
+  std::istringstream In(Text);
+  for (std::string Line; std::getline(In, Line);) Out.push_back(Line);
+  return Out;
+}
+
+class ToolIni : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string Error;
+    ASSERT_TRUE(Machine.Start(bioscfgsim::SamplePlatformInput(), MessagesSource(), Error)) << Error;
+  }
+  std::vector<std::string> Run(const std::vector<std::string> &Arguments, EFI_STATUS Expected = EFI_SUCCESS) {
+    std::string Output;
+    EXPECT_EQ(Machine.RunTool(Arguments, Output), Expected) << Output;
+    return Lines(Output);
+  }
+  std::string Read(const std::string &Name) {
+    std::ifstream In(fs::path(Machine.ToolsFolder()) / Name, std::ios::binary);
+    std::stringstream Text;
+    Text << In.rdbuf();
+    return Text.str();
+  }
+  void Write(const std::string &Name, const std::string &Text) {
+    std::ofstream(fs::path(Machine.ToolsFolder()) / Name, std::ios::binary) << Text;
+  }
+  // The saved text with one key's value replaced.
+  static std::string Edit(std::string Text, const std::string &Key, const std::string &Value) {
+    const size_t Line = Text.find("\n" + Key + "=");
+    EXPECT_NE(Line, std::string::npos) << Key;
+    const size_t Start = Line + Key.size() + 2;
+    return Text.replace(Start, Text.find(' ', Start) - Start, Value);
+  }
+  SimulatedMachine Machine;
+};
+
+TEST_F(ToolIni, LoadBacksUpFirstUnderANameNoFileHas) {
+  EXPECT_EQ(Run({"save", "cfg.ini"}), (std::vector<std::string>{"result: EFI_SUCCESS", "saved: cfg.ini"}));
+  Write("cfg.ini", Edit(Read("cfg.ini"), "Quiet Boot", "0"));
+  Write("cfg-backup-1.ini", "an earlier backup\n");
+  const std::vector<std::string> Loaded = Run({"load", "cfg.ini"});
+  EXPECT_EQ(Loaded, (std::vector<std::string>{"backup: cfg-backup-2.ini",
+                                              "restore: bioscfg-tool load --no-backup cfg-backup-2.ini",
+                                              "result: EFI_SUCCESS"}));
+  EXPECT_EQ(Read("cfg-backup-1.ini"), "an earlier backup\n");
+  EXPECT_NE(Read("cfg-backup-2.ini").find("\nQuiet Boot=1 "), std::string::npos) << "the settings before the load";
+  EXPECT_NE(Run({"get", "Quiet Boot"})[1].find("value=0"), std::string::npos);
+
+  // The backup restores them.
+  EXPECT_EQ(Run({"load", "--no-backup", "cfg-backup-2.ini"}), (std::vector<std::string>{"result: EFI_SUCCESS"}));
+  EXPECT_NE(Run({"get", "Quiet Boot"})[1].find("value=1"), std::string::npos);
+}
+
+TEST_F(ToolIni, ALoadWhoseBackupFailsChangesNothing) {
+  fs::create_directories(fs::path(Machine.ToolsFolder()) / "sub");
+  Write("sub/cfg.ini", "[BIOS]\n[BIOS::MAIN]\nQuiet Boot=0\n");
+  fs::remove_all(fs::path(Machine.ToolsFolder()) / "sub");  // the folder goes: no backup can be written there
+  const std::vector<std::string> Out = Run({"load", "sub\\cfg.ini"}, BCFG_E_INVALID_PARAMETER);
+  EXPECT_EQ(Out.front(), "result: BCFG_E_INVALID_PARAMETER");
+  EXPECT_EQ(Out.back(), "error: the backup could not be saved; nothing was loaded");
+  EXPECT_NE(Run({"get", "Quiet Boot"})[1].find("value=1"), std::string::npos);
+}
+
+TEST_F(ToolIni, DryRunReportsWhatALoadWouldDoAndWritesNothing) {
+  ASSERT_EQ(Run({"save", "cfg.ini"})[0], "result: EFI_SUCCESS");
+  std::string Text = Edit(Read("cfg.ini"), "Quiet Boot", "0");
+  Text = Edit(Text, "Console Redirection", "1");
+  Write("cfg.ini", Text);
+  EXPECT_EQ(Run({"load", "--dry-run", "cfg.ini"}),
+            (std::vector<std::string>{
+                "result: EFI_SUCCESS", "change: [BIOS::MAIN] \"Quiet Boot\" 1 \"Enabled\" -> 0 \"Disabled\"",
+                "change: [BIOS::SERVER MANAGEMENT::CONSOLE REDIRECTION] \"Console Redirection\" 0 \"Disabled\" -> 1 "
+                "\"Serial Port A\" (reshapes the forms: they are read again and the file applied a second time)",
+                "changes: 2"}));
+  EXPECT_NE(Run({"get", "Quiet Boot"})[1].find("value=1"), std::string::npos) << "nothing written";
+
+  Write("bad.ini", Edit(Text, "Wake on LAN", "7"));
+  const std::vector<std::string> Refused = Run({"load", "--dry-run", "bad.ini"}, BCFG_INI_E_OUT_OF_RANGE);
+  EXPECT_EQ(Refused[0], "result: BCFG_INI_E_OUT_OF_RANGE");
+  EXPECT_EQ(Refused[2], "refuse: [BIOS::ADVANCED] \"Wake on LAN\" 1 \"Enabled\" -> 7 (not an option: the load would stop here)");
+  EXPECT_EQ(Refused.back(), "changes: 1");
+  EXPECT_EQ(Run({"load", "--dry-run", "missing.ini"}, BCFG_INI_E_BIOS_SECTION)[0], "result: BCFG_INI_E_BIOS_SECTION");
+}
+
+TEST_F(ToolIni, ListShowsWhatSaveSaves) {
+  const std::vector<std::string> Out = Run({"list"});
+  ASSERT_GT(Out.size(), 100u);
+  EXPECT_EQ(Out[0], "result: EFI_SUCCESS");
+  EXPECT_EQ(Out[1], "section: \"BIOS::MAIN\"");
+  EXPECT_EQ(Out[3], "question: \"Quiet Boot\" value=1 options=1=\"Enabled\",0=\"Disabled\"");
+  EXPECT_EQ(Read("bioscfg-tool.tmp"), "") << "the scratch file is left empty";
+  for (const std::string &Line : Out) EXPECT_EQ(Line.find("Boot Mode"), std::string::npos) << "Boot is not saved";
+}
+
+// The host tool's diff reads with the import's own rules, so it also sees
+// keys of forms that save leaves out, in a hand-written section.
+TEST(HostDiff, FollowsTheImportExactly) {
+  const fs::path Folder = fs::temp_directory_path() / ("bioscfg-diff-" + std::to_string(::getpid()));
+  fs::create_directories(Folder);
+  const std::string File = (Folder / "hand.ini").string();
+  std::ofstream(File) << "[BIOS]\n[BIOS::MAIN]\nQuiet Boot=0\n[BIOS::BOOT OPTIONS]\nBoot Mode=2\n"
+                         "[BIOS::ADVANCED::SERIAL PORT CONFIGURATION::SERIAL A ENABLE]\nAddress=1016\n"
+                         "[BIOS::ADVANCED::SERIAL PORT CONFIGURATION::SERIAL B ENABLE]\nAddress=1016\n";
+  bioscfgsim::Options Opts;
+  Opts.MessagesPath = MessagesSource();
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(bioscfgsim::RunDiffCommand(Opts, {File}), 1);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "result: BCFG_INI_E_SERIAL_CONFLICT\n"
+            "conflict: serial ports A and B share an address or an IRQ: the load would refuse the file\n"
+            "changes: 0\n");
+
+  std::ofstream(File, std::ios::trunc) << "[BIOS]\n[BIOS::MAIN]\nQuiet Boot=0\n[BIOS::BOOT OPTIONS]\nBoot Mode=2\n";
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(bioscfgsim::RunDiffCommand(Opts, {File}), 0);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "result: EFI_SUCCESS\n"
+            "change: [BIOS::MAIN] \"Quiet Boot\" 1 \"Enabled\" -> 0 \"Disabled\"\n"
+            "change: [BIOS::BOOT OPTIONS] \"Boot Mode\" 0 \"UEFI\" -> 2 \"Dual\"\n"
+            "changes: 2\n");
+  fs::remove_all(Folder);
+}
+
+}  // namespace

@@ -1,0 +1,129 @@
+// bioscfg-tool as a user meets it: started from the Shell inside the
+// simulated machine (as the host tool starts it), printing its lines and
+// ending with a status.
+#include "tools/bioscfg-sim/simulated_machine.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <sstream>
+
+namespace {
+
+using bioscfgsim::SimulatedMachine;
+
+std::string MessagesSource() {
+  return (std::filesystem::path(__FILE__).parent_path().parent_path().parent_path() / "messages" /
+          "bioscfg.messages").string();
+}
+
+std::vector<std::string> Lines(const std::string &Text) {
+  std::vector<std::string> Out;
+  std::istringstream In(Text);
+  for (std::string Line; std::getline(In, Line);) Out.push_back(Line);
+  return Out;
+}
+
+bool StartsWith(const std::string &Text, const std::string &Start) { return Text.rfind(Start, 0) == 0; }
+
+class ToolTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    std::string Error;
+    ASSERT_TRUE(Machine.Start(bioscfgsim::SamplePlatformInput(), MessagesSource(), Error)) << Error;
+  }
+  // Runs the tool; its lines.
+  std::vector<std::string> Run(const std::vector<std::string> &Arguments, EFI_STATUS Expected = EFI_SUCCESS) {
+    std::string Output;
+    EXPECT_EQ(Machine.RunTool(Arguments, Output), Expected) << Output;
+    return Lines(Output);
+  }
+  SimulatedMachine Machine;
+};
+
+TEST_F(ToolTest, GetAndSetPrintTheResultTheTextAndEveryRecord) {
+  EXPECT_EQ(Run({"get", "Quiet Boot", "NumLock State at Boot", "Nothing"}),
+            (std::vector<std::string>{
+                "result: EFI_SUCCESS",
+                "record: found=1 type=checkbox value=1 prompt=\"Quiet Boot\" options=0=\"Disabled\",1=\"Enabled\"",
+                "record: found=1 type=one-of value=1 prompt=\"NumLock State at Boot\" options=1=\"On\",0=\"Off\"",
+                "record: found=0 prompt=\"Nothing\""}));
+
+  // By number, by hexadecimal number, by option text in any case.
+  EXPECT_EQ(Run({"set", "Quiet Boot=0", "NumLock State at Boot=off", "Fan PWM Offset=0x10"}),
+            (std::vector<std::string>{"result: EFI_SUCCESS", "record: status=1 value=0 prompt=\"Quiet Boot\"",
+                                      "record: status=1 value=0 prompt=\"NumLock State at Boot\"",
+                                      "record: status=1 value=16 prompt=\"Fan PWM Offset\""}));
+  EXPECT_TRUE(StartsWith(Run({"get", "Fan PWM Offset"})[1],
+                         "record: found=1 type=numeric value=16 prompt=\"Fan PWM Offset\""));
+
+  // A refused value: the status by name, the driver's text, the records.
+  EXPECT_EQ(Run({"set-form", "Main", "Quiet Boot=1", "POST Error Pause=7"}, BCFG_E_OUT_OF_RANGE),
+            (std::vector<std::string>{"result: BCFG_E_OUT_OF_RANGE",
+                                      "error: Data for BIOS Var POST Error Pause is out of range",
+                                      "record: status=1 value=0 prompt=\"Main\"",
+                                      "record: status=1 value=1 prompt=\"Quiet Boot\"",
+                                      "record: status=0 value=7 prompt=\"POST Error Pause\""}));
+}
+
+TEST_F(ToolTest, OperandsTheToolCannotUseChangeNothing) {
+  const std::vector<std::string> Unknown = Run({"set", "System Language=Klingon"}, EFI_INVALID_PARAMETER);
+  EXPECT_EQ(Unknown, (std::vector<std::string>{
+                         "result: EFI_INVALID_PARAMETER",
+                         "error: \"Klingon\" is neither a number nor an option of \"System Language\""}));
+  EXPECT_EQ(Run({"set", "Quiet Boot"}, EFI_INVALID_PARAMETER)[1], "error: expected PROMPT=VALUE, not \"Quiet Boot\"");
+  EXPECT_EQ(Run({"frobnicate"}, EFI_INVALID_PARAMETER)[0], "error: unknown command \"frobnicate\"");
+  EXPECT_EQ(Run({"--loud", "get", "x"}, EFI_INVALID_PARAMETER)[0], "error: unknown option \"--loud\"");
+  EXPECT_TRUE(StartsWith(Run({"get"}, EFI_INVALID_PARAMETER)[0], "usage: bioscfg-tool"));
+  EXPECT_TRUE(StartsWith(Run({"-h"})[0], "usage: bioscfg-tool"));
+  EXPECT_TRUE(StartsWith(Run({"get", "System Language"})[1], "record: found=1 type=one-of value=0 prompt="))
+      << "the refused set changed nothing";
+}
+
+TEST_F(ToolTest, ThePromptEndsAtTheLastEqualsSign) {
+  // No question has '=' in its prompt: the name before the last '=' is sent
+  // whole and matches nothing, and the value after it is parsed alone.
+  EXPECT_EQ(Run({"set", "A=B=1"}),
+            (std::vector<std::string>{"result: EFI_SUCCESS", "record: status=0 value=1 prompt=\"A=B\""}));
+}
+
+TEST_F(ToolTest, AllLetsGetAndSetReachSuppressedQuestions) {
+  EXPECT_EQ(Run({"get", "Baud Rate"})[1], "record: found=0 prompt=\"Baud Rate\"");
+  EXPECT_EQ(Run({"--all", "set", "Baud Rate=57.6k"})[1], "record: status=1 value=3 prompt=\"Baud Rate\"");
+  EXPECT_TRUE(StartsWith(Run({"--all", "get", "Baud Rate"})[1], "record: found=1 type=one-of value=3 prompt=\"Baud Rate\""));
+}
+
+TEST_F(ToolTest, StartedWithoutAShellItSplitsItsLoadOptions) {
+  sim::Firmware &Fw = Machine.Firmware();
+  EFI_HANDLE Tool = nullptr;
+  ASSERT_EQ(Fw.LoadImageFile("fs0:\\tools\\bioscfg-tool.efi", &Tool), EFI_SUCCESS);
+  EFI_GUID LoadedImageGuid = LOADED_IMAGE_PROTOCOL;
+  EFI_LOADED_IMAGE *Loaded = nullptr;
+  ASSERT_EQ(Fw.SystemTable()->BootServices->HandleProtocol(Tool, &LoadedImageGuid, reinterpret_cast<void **>(&Loaded)),
+            EFI_SUCCESS);
+  std::u16string CommandLine = u"bioscfg-tool.efi  get \"Quiet Boot\"\t\"Wake on \"LAN";
+  Loaded->LoadOptions = CommandLine.data();
+  Loaded->LoadOptionsSize = static_cast<UINT32>(CommandLine.size() * sizeof(char16_t));  // no NUL counted
+  Fw.ClearConsole();
+  EXPECT_EQ(Fw.StartImage(Tool), EFI_SUCCESS);
+  const std::vector<std::string> Got = Lines(Fw.ConsoleText());
+  ASSERT_EQ(Got.size(), 3u) << Fw.ConsoleText();
+  EXPECT_TRUE(StartsWith(Got[1], "record: found=1 type=checkbox value=1 prompt=\"Quiet Boot\""));
+  EXPECT_TRUE(StartsWith(Got[2], "record: found=1 type=checkbox value=1 prompt=\"Wake on LAN\""));
+}
+
+TEST(ToolWithoutDriver, SaysHowToLoadIt) {
+  SimulatedMachine Machine;
+  std::string Error;
+  ASSERT_TRUE(Machine.Start(bioscfgsim::SamplePlatformInput(), MessagesSource(), Error)) << Error;
+  EFI_GUID Guid = BIOS_CONFIG_PROTOCOL_GUID;
+  ASSERT_EQ(Machine.Firmware().SystemTable()->BootServices->UninstallProtocolInterface(
+                Machine.Firmware().HandlesWith(Guid).at(0), &Guid, Machine.Protocol()),
+            EFI_SUCCESS);
+  std::string Output;
+  EXPECT_EQ(Machine.RunTool({"get", "Quiet Boot"}, Output), EFI_NOT_FOUND);
+  EXPECT_NE(Output.find("the bioscfg driver is not loaded"), std::string::npos) << Output;
+  EXPECT_NE(Output.find("load -nc fs0:\\tools\\bioscfg.efi"), std::string::npos) << Output;
+}
+
+}  // namespace

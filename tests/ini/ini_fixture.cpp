@@ -1,0 +1,30 @@
+#include "tests/ini/ini_fixture.h"
+
+#include "iniparse/sim_image.h"
+
+#include <fstream>
+#include <sstream>
+
+// The parser image's own copy of the runtime (see cmake/host_image.cmake).
+namespace iniparse_crt {
+size_t LiveBlockCount();
+}
+
+size_t IniTest::PoolBlocksOfOtherImages() { return iniparse_crt::LiveBlockCount(); }
+
+void IniTest::PreparePlatform() {
+  SettingsTest::PreparePlatform();
+  Fw().RegisterImage(sim::IniparseImage());
+}
+
+std::string IniTest::ReadIni(const std::string &Name) {
+  std::ifstream In(ToolsDir() + "/" + Name, std::ios::binary);
+  std::stringstream Text;
+  Text << In.rdbuf();
+  return Text.str();
+}
+
+void IniTest::WriteIni(const std::string &Name, const std::string &Text) {
+  std::ofstream Out(ToolsDir() + "/" + Name, std::ios::binary | std::ios::trunc);
+  Out << Text;
+}

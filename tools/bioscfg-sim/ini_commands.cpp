@@ -1,0 +1,113 @@
+// save, load and list-settings: the tool's INI commands on host files. FILE is a
+// host path; the tool works in the simulated TORVEL_PATH folder, so FILE is
+// copied in before (save appends to it, as the driver does) and the result
+// copied back out after; a backup that load made lands next to FILE.
+#include "tools/bioscfg-sim/commands.h"
+#include "tools/bioscfg-sim/simulated_machine.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <sstream>
+
+namespace bioscfgsim {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string BaseName(const std::string &Path) { return fs::path(Path).filename().string(); }
+
+bool CopyIn(SimulatedMachine &Machine, const std::string &Host, std::string &Error) {
+  if (!fs::exists(Host)) return true;
+  std::error_code Failed;
+  fs::copy_file(Host, fs::path(Machine.ToolsFolder()) / BaseName(Host), fs::copy_options::overwrite_existing, Failed);
+  if (Failed) Error = Host + ": " + Failed.message();
+  return !Failed;
+}
+
+bool CopyOut(SimulatedMachine &Machine, const std::string &Name, const std::string &Host, std::string &Error) {
+  const fs::path Inside = fs::path(Machine.ToolsFolder()) / Name;
+  if (!fs::exists(Inside)) return true;
+  std::error_code Failed;
+  fs::copy_file(Inside, Host, fs::copy_options::overwrite_existing, Failed);
+  if (Failed) Error = Host + ": " + Failed.message();
+  return !Failed;
+}
+
+// Earlier backups of Host (its stem, "-backup-", its extension) stand in
+// the simulated folder too, empty, so that the tool picks a name none of
+// them has.
+bool ReserveBackupNames(SimulatedMachine &Machine, const std::string &Host, std::string &Error) {
+  const fs::path File(Host);
+  const std::string Prefix = File.stem().string() + "-backup-";
+  const fs::path Folder = File.parent_path().empty() ? fs::path(".") : File.parent_path();
+  std::error_code Failed;
+  for (const auto &Entry : fs::directory_iterator(Folder, Failed)) {
+    const std::string Name = Entry.path().filename().string();
+    if (Name.rfind(Prefix, 0) != 0 || Entry.path().extension() != File.extension()) continue;
+    std::FILE *Placeholder = std::fopen((fs::path(Machine.ToolsFolder()) / Name).string().c_str(), "wb");
+    if (Placeholder == nullptr) {
+      Error = Name + ": cannot reserve the backup name";
+      return false;
+    }
+    std::fclose(Placeholder);
+  }
+  if (Failed) Error = Folder.string() + ": " + Failed.message();
+  return !Failed;
+}
+
+// The name after "backup: " in the tool's output, or empty.
+std::string BackupName(const std::string &Output) {
+  std::istringstream Lines(Output);
+  for (std::string Line; std::getline(Lines, Line);) {
+    if (Line.rfind("backup: ", 0) == 0) return Line.substr(8);
+  }
+  return {};
+}
+
+int Usage(const char *Text) {
+  std::fprintf(stderr, "bioscfg-sim: %s\n", Text);
+  return 2;
+}
+
+// The last operand is the host file; the ones before it are the tool's flags.
+std::vector<std::string> WithBaseName(const std::vector<std::string> &Args) {
+  std::vector<std::string> Operands = Args;
+  Operands.back() = BaseName(Args.back());
+  return Operands;
+}
+
+}  // namespace
+
+int RunSaveCommand(const Options &Opts, const std::vector<std::string> &Args) {
+  if (Args.size() != 1) return Usage("save takes one FILE");
+  const std::string Host = Args[0];
+  ToolFileHooks Hooks;
+  Hooks.Before = [&](SimulatedMachine &M, std::string &Error) { return CopyIn(M, Host, Error); };
+  Hooks.After = [&](SimulatedMachine &M, const std::string &, std::string &Error) {
+    return CopyOut(M, BaseName(Host), Host, Error);
+  };
+  return RunThroughTool(Opts, "save", WithBaseName(Args), false, Hooks);
+}
+
+int RunLoadCommand(const Options &Opts, const std::vector<std::string> &Args) {
+  if (Args.empty()) return Usage("load takes [--dry-run] [--no-backup] FILE");
+  const std::string Host = Args.back();
+  ToolFileHooks Hooks;
+  Hooks.Before = [&](SimulatedMachine &M, std::string &Error) {
+    return CopyIn(M, Host, Error) && ReserveBackupNames(M, Host, Error);
+  };
+  Hooks.After = [&](SimulatedMachine &M, const std::string &Output, std::string &Error) {
+    const std::string Backup = BackupName(Output);
+    if (Backup.empty()) return true;
+    return CopyOut(M, Backup, (fs::path(Host).parent_path() / Backup).string(), Error);
+  };
+  return RunThroughTool(Opts, "load", WithBaseName(Args), true, Hooks);
+}
+
+int RunListSettingsCommand(const Options &Opts, const std::vector<std::string> &Args) {
+  if (!Args.empty()) return Usage("list-settings takes no arguments");
+  return RunThroughTool(Opts, "list", Args, false);
+}
+
+}  // namespace bioscfgsim
