@@ -5,3 +5,4 @@ build=${1:?usage: run_benchmarks.sh BUILD_DIR [RUNS]}
 runs=${2:-5}
 "$build/bench/forms_load_bench" "$runs"
 "$build/bench/settings_bench" "$runs"
+"$build/bench/ini_bench"
