@@ -3,9 +3,8 @@
 // The file is opened for appending, so what it held stays in front and
 // every save adds a whole block. Each saved form opens a section; each
 // visible question writes "PROMPT=VALUE", padded to 54 characters, and
-// its options as a comment. The serial-port form asks "Address" and "IRQ"
-// once per port, and a key must be unique within its section, so every
-// question whose prompt names a serial port opens a section of its own.
+// its options as a comment; a question whose prompt names a serial port
+// opens a section of its own (see BuildSerialSectionPath).
 #include "bioscfg_protocol.h"
 #include "driver/settings_engine.h"
 #include "forms/option_cursor.h"
@@ -97,14 +96,7 @@ void ExportQuestion(ExportRun &Run, const SetupQuestion &Question) {
   if (Run.SkipForm) return;
   if (crt::strstr(Run.SectionPath, "SERIAL") != nullptr && crt::strstr(Run.Prompt, "Serial") != nullptr) {
     char Section[SECTION_PATH_BYTES] = {};
-    if (++Run.SerialQuestionCount == 1) {
-      const UINT32 Child = static_cast<UINT32>(Run.PreviousFormId) * 10 + 1;
-      BuildSectionPath(Run.SectionPath, Run.PreviousFormId, Run.Prompt, Child, Section);
-      Run.PreviousFormId = static_cast<UINT16>(Child);
-    } else {
-      Run.PreviousFormId = static_cast<UINT16>(Run.PreviousFormId + 1);
-      BuildSectionPath(Run.SectionPath, Run.PreviousFormId, Run.Prompt, Run.PreviousFormId, Section);
-    }
+    BuildSerialSectionPath(Run.SectionPath, &Run.PreviousFormId, &Run.SerialQuestionCount, Run.Prompt, Section);
     Run.OpenSection(Section);
   }
   if (crt::strstr(Run.Prompt, "Hidden") != nullptr || crt::strstr(Run.Prompt, "N/A") != nullptr) return;

@@ -94,14 +94,7 @@ void EnterForm(ImportRun &Run, const SetupQuestion &Form) {
 // the export wrote it.
 void EnterSerialSection(ImportRun &Run) {
   char Section[SECTION_PATH_BYTES] = {};
-  if (++Run.SerialQuestionCount == 1) {
-    const UINT32 Child = static_cast<UINT32>(Run.PreviousFormId) * 10 + 1;
-    BuildSectionPath(Run.SectionPath, Run.PreviousFormId, Run.KeyText, Child, Section);
-    Run.PreviousFormId = static_cast<UINT16>(Child);
-  } else {
-    Run.PreviousFormId = static_cast<UINT16>(Run.PreviousFormId + 1);
-    BuildSectionPath(Run.SectionPath, Run.PreviousFormId, Run.KeyText, Run.PreviousFormId, Section);
-  }
+  BuildSerialSectionPath(Run.SectionPath, &Run.PreviousFormId, &Run.SerialQuestionCount, Run.KeyText, Section);
   crt::memcpy(Run.SectionPath, UppercaseAscii(Section), SECTION_PATH_BYTES);
 }
 

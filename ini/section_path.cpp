@@ -76,6 +76,18 @@ void BuildSectionPath(const char *SectionPath, UINT32 PreviousId, const char *Ti
   Append(Result, &Used, Title, TitleLength);
 }
 
+void BuildSerialSectionPath(const char *SectionPath, UINT16 *PreviousFormId, UINT16 *Count, const char *Title,
+                            char *Result) {
+  if (++*Count == 1) {
+    const UINT32 Child = static_cast<UINT32>(*PreviousFormId) * 10 + 1;
+    BuildSectionPath(SectionPath, *PreviousFormId, Title, Child, Result);
+    *PreviousFormId = static_cast<UINT16>(Child);
+    return;
+  }
+  *PreviousFormId = static_cast<UINT16>(*PreviousFormId + 1);
+  BuildSectionPath(SectionPath, *PreviousFormId, Title, *PreviousFormId, Result);
+}
+
 char *UppercaseAscii(char *Text) {
   for (char *C = Text; *C != '\0'; ++C) {
     if (*C >= 'a' && *C <= 'z') *C = static_cast<char>(*C - ('a' - 'A'));

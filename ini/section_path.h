@@ -20,6 +20,16 @@ constexpr UINT32 SECTION_PATH_BYTES = 150;
 void BuildSectionPath(const char *SectionPath, UINT32 PreviousId, const char *Title, UINT32 NewId,
                       char *Result);
 
+// The section a question whose prompt names a serial port opens (the
+// serial-port form repeats "Address" and "IRQ" once per port, and a key must
+// be unique within its section): the first such question of a run opens a
+// child of the current section, every later one a sibling, even under
+// another form. Updates PreviousFormId (kept to 16 bits) and Count, and
+// writes the new name, not yet in capitals, into Result (zero-filled by
+// the caller).
+void BuildSerialSectionPath(const char *SectionPath, UINT16 *PreviousFormId, UINT16 *Count, const char *Title,
+                            char *Result);
+
 // Turns a-z into A-Z in place; every other byte, from 0x80 up included,
 // stays. Returns Text.
 char *UppercaseAscii(char *Text);

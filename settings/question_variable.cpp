@@ -1,6 +1,7 @@
 #include "settings/question_variable.h"
 
 #include "driver/image_state.h"
+#include "driver/last_error_text.h"
 #include "forms/export_bytes.h"
 #include "forms/variable_cache.h"
 #include "runtime/crt.h"
@@ -96,4 +97,15 @@ EFI_STATUS WriteQuestionValue(SettingsEngine &, SetupQuestion &Question, const B
   StoreField(Field, Width, Wanted);
   return gImage.SystemTableCopy.RuntimeServices->SetVariable(Key.Name, &Key.Guid, Contents.Attributes,
                                                              Contents.Size, Contents.Data.Get());
+}
+
+EFI_STATUS StoreRecord(SettingsEngine &Engine, SetupQuestion &Question, BIOS_SETTING_VALUE &Value) {
+  const EFI_STATUS Written = WriteQuestionValue(Engine, Question, Value);
+  if (Written == BCFG_E_OUT_OF_MEMORY) return Written;
+  if (Written != EFI_SUCCESS) {
+    (void)SetLastErrorText(W(u"\nError in setting BIOS Variable %ls\n"), Value.Name);
+    return BCFG_E_VARIABLE_ACCESS;
+  }
+  Value.Status = BIOS_SETTING_APPLIED;
+  return EFI_SUCCESS;
 }

@@ -38,3 +38,9 @@ struct VariableContents {
 // (EFI_WRITE_PROTECTED), or SetVariable's status.
 [[nodiscard]] EFI_STATUS WriteQuestionValue(SettingsEngine &Engine, SetupQuestion &Question,
                                             const BIOS_SETTING_VALUE &Value);
+
+// WriteQuestionValue for the change operations: a failure puts "Error in
+// setting BIOS Variable" with Value's name into the last-error text and
+// becomes BCFG_E_VARIABLE_ACCESS (BCFG_E_OUT_OF_MEMORY stays as it is, with
+// no text); on success the record's Status becomes 1.
+[[nodiscard]] EFI_STATUS StoreRecord(SettingsEngine &Engine, SetupQuestion &Question, BIOS_SETTING_VALUE &Value);

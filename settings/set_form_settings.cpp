@@ -66,13 +66,8 @@ struct FormPath {
     (void)SetLastErrorText(W(u"\nData for BIOS Var %ls is out of range\n"), Record.Name);
     return BCFG_E_OUT_OF_RANGE;
   }
-  const EFI_STATUS Written = WriteQuestionValue(Engine, Question, Record);
-  if (Written == BCFG_E_OUT_OF_MEMORY) return Written;
-  if (Written != EFI_SUCCESS) {
-    (void)SetLastErrorText(W(u"\nError in setting BIOS Variable %ls\n"), Record.Name);
-    return BCFG_E_VARIABLE_ACCESS;
-  }
-  Record.Status = BIOS_SETTING_APPLIED;
+  const EFI_STATUS Stored = StoreRecord(Engine, Question, Record);
+  if (Stored != EFI_SUCCESS) return Stored;
   Path.Advance();
   Path.AnyWritten = true;
   return EFI_SUCCESS;

@@ -1,5 +1,4 @@
 // SetSettings: changing questions by prompt, anywhere in the forms.
-#include "driver/last_error_text.h"
 #include "driver/settings_engine.h"
 #include "forms/option_cursor.h"
 #include "settings/eligibility.h"
@@ -18,14 +17,7 @@ bool NotApplied(const BIOS_SETTING_VALUE &Value) { return Value.Status != BIOS_S
     Record.Status = BIOS_SETTING_REJECTED;
     return BCFG_E_OUT_OF_RANGE;
   }
-  const EFI_STATUS Written = WriteQuestionValue(Engine, Question, Record);
-  if (Written == BCFG_E_OUT_OF_MEMORY) return Written;
-  if (Written != EFI_SUCCESS) {
-    (void)SetLastErrorText(W(u"\nError in setting BIOS Variable %ls\n"), Record.Name);
-    return BCFG_E_VARIABLE_ACCESS;
-  }
-  Record.Status = BIOS_SETTING_APPLIED;
-  return EFI_SUCCESS;
+  return StoreRecord(Engine, Question, Record);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "tools/bioscfg-sim/commands.h"
 
 #include "sim/temp_folder.h"
+#include "tests/client/tool_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -14,11 +15,6 @@
 namespace {
 
 using namespace bioscfgsim;
-
-std::string MessagesSource() {
-  return (std::filesystem::path(__FILE__).parent_path().parent_path().parent_path() / "messages" /
-          "bioscfg.messages").string();
-}
 
 struct Outcome {
   int Exit;

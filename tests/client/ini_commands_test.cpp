@@ -2,9 +2,7 @@
 // tool's diff: backups that never overwrite, a load that changes nothing
 // when its backup fails, and reports of what a load would change.
 #include "tools/bioscfg-sim/commands.h"
-#include "tools/bioscfg-sim/simulated_machine.h"
-
-#include <gtest/gtest.h>
+#include "tests/client/tool_fixture.h"
 
 #include <filesystem>
 #include <fstream>
@@ -13,30 +11,9 @@
 namespace {
 
 namespace fs = std::filesystem;
-using bioscfgsim::SimulatedMachine;
 
-std::string MessagesSource() {
-  return (fs::path(__FILE__).parent_path().parent_path().parent_path() / "messages" / "bioscfg.messages").string();
-}
-
-std::vector<std::string> Lines(const std::string &Text) {
-  std::vector<std::string> Out;
-  std::istringstream In(Text);
-  for (std::string Line; std::getline(In, Line);) Out.push_back(Line);
-  return Out;
-}
-
-class ToolIni : public ::testing::Test {
+class ToolIni : public ToolMachine {
  protected:
-  void SetUp() override {
-    std::string Error;
-    ASSERT_TRUE(Machine.Start(bioscfgsim::SamplePlatformInput(), MessagesSource(), Error)) << Error;
-  }
-  std::vector<std::string> Run(const std::vector<std::string> &Arguments, EFI_STATUS Expected = EFI_SUCCESS) {
-    std::string Output;
-    EXPECT_EQ(Machine.RunTool(Arguments, Output), Expected) << Output;
-    return Lines(Output);
-  }
   std::string Read(const std::string &Name) {
     std::ifstream In(fs::path(Machine.ToolsFolder()) / Name, std::ios::binary);
     std::stringstream Text;
@@ -53,7 +30,6 @@ class ToolIni : public ::testing::Test {
     const size_t Start = Line + Key.size() + 2;
     return Text.replace(Start, Text.find(' ', Start) - Start, Value);
   }
-  SimulatedMachine Machine;
 };
 
 TEST_F(ToolIni, LoadBacksUpFirstUnderANameNoFileHas) {

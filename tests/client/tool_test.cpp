@@ -1,45 +1,13 @@
 // bioscfg-tool as a user meets it: started from the Shell inside the
 // simulated machine (as the host tool starts it), printing its lines and
 // ending with a status.
-#include "tools/bioscfg-sim/simulated_machine.h"
-
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <sstream>
+#include "tests/client/tool_fixture.h"
 
 namespace {
 
 using bioscfgsim::SimulatedMachine;
 
-std::string MessagesSource() {
-  return (std::filesystem::path(__FILE__).parent_path().parent_path().parent_path() / "messages" /
-          "bioscfg.messages").string();
-}
-
-std::vector<std::string> Lines(const std::string &Text) {
-  std::vector<std::string> Out;
-  std::istringstream In(Text);
-  for (std::string Line; std::getline(In, Line);) Out.push_back(Line);
-  return Out;
-}
-
-bool StartsWith(const std::string &Text, const std::string &Start) { return Text.rfind(Start, 0) == 0; }
-
-class ToolTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    std::string Error;
-    ASSERT_TRUE(Machine.Start(bioscfgsim::SamplePlatformInput(), MessagesSource(), Error)) << Error;
-  }
-  // Runs the tool; its lines.
-  std::vector<std::string> Run(const std::vector<std::string> &Arguments, EFI_STATUS Expected = EFI_SUCCESS) {
-    std::string Output;
-    EXPECT_EQ(Machine.RunTool(Arguments, Output), Expected) << Output;
-    return Lines(Output);
-  }
-  SimulatedMachine Machine;
-};
+using ToolTest = ToolMachine;
 
 TEST_F(ToolTest, GetAndSetPrintTheResultTheTextAndEveryRecord) {
   EXPECT_EQ(Run({"get", "Quiet Boot", "NumLock State at Boot", "Nothing"}),
