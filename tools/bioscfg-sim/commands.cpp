@@ -34,19 +34,31 @@ bool LoadPlatform(const Options &Opts, PlatformInput &Out, std::string &Error) {
   return true;
 }
 
+bool ListQuestions(const PlatformInput &Platform, const std::string &MessagesPath, std::FILE *Out,
+                   std::string &Error) {
+  SimulatedMachine Machine;
+  if (!Machine.Start(Platform, MessagesPath, Error)) return false;
+  if (!Machine.OpenSession(Error)) return false;
+  if (gImage.Engine == nullptr) {
+    Error = "the session has no settings engine";
+    return false;
+  }
+  EFI_STATUS Status = gImage.Engine->EnsureFormsLoaded();
+  if (Status != EFI_SUCCESS) {
+    Error = "loading the forms failed: " + StatusText(Status);
+    return false;
+  }
+  std::fputs(FormatQuestionList(gImage.Engine->Forms.Questions).c_str(), Out);
+  return true;
+}
+
 // Runs the driver on the platform and prints the question list it builds.
 static int RunList(const Options &Opts, const std::vector<std::string> &Args) {
   if (!Args.empty()) return Fail("list takes no arguments");
   PlatformInput Platform;
   std::string Error;
   if (!LoadPlatform(Opts, Platform, Error)) return Fail(Error);
-  SimulatedMachine Machine;
-  if (!Machine.Start(Platform, Opts.MessagesPath, Error)) return Fail(Error);
-  if (!Machine.OpenSession(Error)) return Fail(Error);
-  if (gImage.Engine == nullptr) return Fail("the session has no settings engine");
-  EFI_STATUS Status = gImage.Engine->EnsureFormsLoaded();
-  if (Status != EFI_SUCCESS) return Fail("loading the forms failed: " + StatusText(Status));
-  std::fputs(FormatQuestionList(gImage.Engine->Forms.Questions).c_str(), stdout);
+  if (!ListQuestions(Platform, Opts.MessagesPath, stdout, Error)) return Fail(Error);
   return 0;
 }
 
