@@ -169,20 +169,22 @@ void HandleOpcode(SetupFormDatabase &Db, const UINT8 *Op, UINT8 Length) {
   }
 }
 
-// Opcodes from byte 6 of the pack to its end. A length byte of 0, or an
-// opcode running past the pack, ends the walk. A pack that does not lie
-// inside the export is not walked.
+// Opcodes from byte 6 of the pack to the pack's end. The export bounds
+// every read, not the pack's length: a pack that claims more than the export
+// holds is walked to the export's end, and an opcode that starts inside the
+// pack is handled whenever its bytes lie inside the export, even if they run
+// past the pack. A length byte of 0, or an opcode running past the export,
+// ends the walk.
 void WalkIfrPack(SetupFormDatabase &Db, UINT64 Pack) {
   const ExportSpan Export = Db.Export();
   if (!Export.Holds(Pack, sizeof(HII_PACK_HEADER))) return;
-  UINT32 Length = Le32(Export.At(Pack));
-  if (Length < sizeof(HII_PACK_HEADER) || !Export.Holds(Pack, Length)) return;
+  const UINT64 PackEnd = Pack + Le32(Export.At(Pack));
   Db.DroppingOptions = 0;
-  const UINT64 End = Pack + Length;
-  for (UINT64 Cursor = Pack + sizeof(HII_PACK_HEADER); Cursor + sizeof(IFR_OP_HEADER) <= End;) {
+  for (UINT64 Cursor = Pack + sizeof(HII_PACK_HEADER); Cursor < PackEnd;) {
+    if (!Export.Holds(Cursor, sizeof(IFR_OP_HEADER))) return;
     UINT8 *Op = Db.ExportBuffer + Cursor;
     UINT8 OpLength = Op[offsetof(IFR_OP_HEADER, Length)];
-    if (OpLength == 0 || Cursor + OpLength > End) return;
+    if (OpLength == 0 || !Export.Holds(Cursor, OpLength)) return;
     HandleOpcode(Db, Op, OpLength);
     Cursor += OpLength;
   }
@@ -217,11 +219,14 @@ EFI_STATUS SetupFormDatabase::ParseForms() {
     CurrentVariableName = nullptr;
     CurrentVariableSize = 0;
     CurrentVariableAttributes = 0;
-    // A size of 0, or one that would not hold the header or would run past
-    // the export, ends the walk: the next table cannot be found.
+    // A size of 0 ends the walk. So does a size below the table's own
+    // header: the next table would begin inside this one's header.
     UINT32 Size = Le32(CurrentDataTable + offsetof(HII_DATA_TABLE, DataTableSize));
-    if (Size < sizeof(HII_DATA_TABLE) || !Whole.Holds(Table, Size)) break;
+    if (Size < sizeof(HII_DATA_TABLE)) break;
+    // A table that runs past the export is read as far as its packs lie
+    // inside it; there is no next table to step to.
     ParseDataTable(*this, Table);
+    if (!Whole.Holds(Table, Size)) break;
     Table += Size;
   }
   Variables.Stop();

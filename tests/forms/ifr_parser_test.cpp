@@ -111,15 +111,33 @@ TEST_F(IfrParserTest, ZeroLengthOpcodeEndsItsPackAndZeroSizeTableEndsTheParse) {
   EXPECT_EQ(Prompts(), (Texts{u"Main", u"Before", u"Second"}));
 }
 
-TEST_F(IfrParserTest, OpcodeRunningPastItsPackIsNotRead) {
-  ExportBuilder Export;
-  StartForms(Export).CheckBox(0, 1, u"Last");
-  Bytes Image = Export.Build();
-  const size_t Pack = 18 + hiibuild::GetU32(Image, 18 + 22);
-  hiibuild::PutU32(Image, Pack, hiibuild::GetU32(Image, Pack) - 1);  // the checkbox's last byte falls outside
-  PutSetup(Bytes(1, 0));
-  LoadBytes(Image);
-  EXPECT_EQ(Prompts(), (Texts{u"Main"}));
+// An opcode that starts inside its pack is read when its bytes lie inside
+// the export, wherever the pack's length says the pack ends.
+TEST_F(IfrParserTest, OpcodeRunningPastItsPackIsReadWhileInsideTheExport) {
+  struct Case {
+    const char *Name;
+    hiibuild::PackOrder Layout;
+    size_t CutFromTheEnd;
+    Texts Expected;
+  };
+  const Case Cases[] = {
+      {"string packs follow the pack", hiibuild::PackOrder::VariablesIfrStrings, 0, {u"Main", u"Last"}},
+      {"the opcode's last byte is past the export", hiibuild::PackOrder::VariablesStringsIfr, 1, {u"Main"}},
+  };
+  for (const Case &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    ExportBuilder Export;
+    DataTableBuilder &Table = Export.AddTable(kFormSetGuid);
+    // The pack's length leaves out the checkbox's last byte.
+    Table.Layout(C.Layout).IfrPackLength(hiibuild::LengthField::Plus(-1));
+    Table.Ifr().FormSet(kFormSetGuid, u"Setup").Form(1, u"Main").CheckBox(0, 1, u"Last");
+    Bytes Image = Export.Build();
+    Image.resize(Image.size() - C.CutFromTheEnd);
+    PutSetup(Bytes(1, 0));
+    LoadBytes(Image);
+    EXPECT_EQ(Prompts(), C.Expected);
+    EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
+  }
 }
 
 }  // namespace
