@@ -28,7 +28,7 @@ TEST_F(IfrParserTest, FormsAndQuestionsBecomeRecordsInIfrOrder) {
   EXPECT_EQ(Prompts(), (Texts{u"Main", u"Mode", u"Switch", u"Count", u"Empty", u"Third", u"Box"}));
   auto All = Records();
   EXPECT_EQ(All[5]->FormId, 3);
-  EXPECT_EQ(All[5]->Options, nullptr);
+  EXPECT_FALSE(QuestionHasOptions(*All[5]));
   EXPECT_EQ(All[1]->Value, 2u);
   EXPECT_EQ(OptionTexts(All[1]), (Texts{u"Two", u"One", u"Zero"}));
   EXPECT_EQ(OptionValues(All[1]), (Values{2, 1, 0}));
@@ -38,8 +38,9 @@ TEST_F(IfrParserTest, FormsAndQuestionsBecomeRecordsInIfrOrder) {
   // Option texts are handed to clients that only address the low 4 GiB.
   size_t Checked = 0;
   for (const SetupQuestion *Q : Questions()) {
-    for (const SetupOption *O = Q->Options; O != nullptr; O = O->Next, ++Checked) {
-      EXPECT_LE(reinterpret_cast<uintptr_t>(O->Text) + 2 * (O->TextLength + 1), 0x100000000ull);
+    for (const OptionView &O : OptionsOf(Q)) {
+      EXPECT_LE(reinterpret_cast<uintptr_t>(O.Text) + 2 * (O.TextLength + 1), 0x100000000ull);
+      ++Checked;
     }
   }
   EXPECT_EQ(Checked, 3u + 2u + 41u + 2u);
@@ -96,7 +97,7 @@ TEST_F(IfrParserTest, OptionsOfQuestionsWithoutARecordAreDropped) {
   EXPECT_EQ(Prompts(), (Texts{u"Main", u"Mode", u"Box"}));
   EXPECT_EQ(OptionTexts(Records()[1]), (Texts{u"On", u"Off"}));
   EXPECT_EQ(OptionTexts(Records()[2]), (Texts{u"Enabled", u"Disabled"}));
-  EXPECT_EQ(Forms().PendingOptions, nullptr);
+  EXPECT_EQ(Forms().PendingOptions.Count(), 0u);
 }
 
 TEST_F(IfrParserTest, ZeroLengthOpcodeEndsItsPackAndZeroSizeTableEndsTheParse) {

@@ -55,8 +55,8 @@ void ExpectRecordsInsideTheExport(SetupFormDatabase &Db) {
     const auto *Guid = reinterpret_cast<const uint8_t *>(Q->VariableGuid);
     EXPECT_TRUE(Guid == nullptr || (Guid >= Begin && Guid + sizeof(EFI_GUID) <= End));
     if (Q->OpCode != IFR_ONE_OF_OP) continue;
-    for (const SetupOption *O = Q->Options; O != nullptr; O = O->Next) {
-      EXPECT_TRUE(O->Text == nullptr || WideTextInside(Begin, End, O->Text, O->TextLength));
+    for (const OptionView &O : OptionsOf(Q)) {
+      EXPECT_TRUE(O.Text == nullptr || WideTextInside(Begin, End, O.Text, O.TextLength));
     }
   }
 }

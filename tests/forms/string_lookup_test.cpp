@@ -40,9 +40,9 @@ TEST_F(StringLookupTest, EachTableFindsItsOwnEnglishPackAmongOtherLanguages) {
   EXPECT_EQ(All[5]->FormId, 3);
   EXPECT_EQ(All[6]->Value, 1u);
   EXPECT_EQ(OptionValues(All[6]), (std::vector<uint32_t>{1, 0}));
-  for (const SetupOption *O = All[6]->Options; O != nullptr; O = O->Next) {
-    EXPECT_EQ(O->Text, nullptr);
-    EXPECT_EQ(O->TextLength, 0u);
+  for (const OptionView &O : OptionsOf(All[6])) {
+    EXPECT_EQ(O.Text, nullptr);
+    EXPECT_EQ(O.TextLength, 0u);
   }
 }
 
