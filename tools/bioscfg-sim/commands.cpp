@@ -48,13 +48,20 @@ bool ListQuestions(const PlatformInput &Platform, const std::string &MessagesPat
     Error = "loading the forms failed: " + StatusText(Status);
     return false;
   }
-  std::fputs(FormatQuestionList(gImage.Engine->Forms.Questions).c_str(), Out);
+  WriteQuestionList(Out, gImage.Engine->Forms.Questions);
+  if (std::fflush(Out) != 0) {
+    Error = "writing the list failed";
+    return false;
+  }
   return true;
 }
 
 // Runs the driver on the platform and prints the question list it builds.
 static int RunList(const Options &Opts, const std::vector<std::string> &Args) {
   if (!Args.empty()) return Fail("list takes no arguments");
+  // Fully buffered: a large platform's list runs to tens of megabytes.
+  static char Buffer[1 << 16];
+  std::setvbuf(stdout, Buffer, _IOFBF, sizeof Buffer);
   PlatformInput Platform;
   std::string Error;
   if (!LoadPlatform(Opts, Platform, Error)) return Fail(Error);

@@ -12,11 +12,12 @@
 
 #include "forms/setup_question.h"
 
-#include <string>
+#include <cstdio>
 
 namespace bioscfgsim {
 
-std::string FormatQuestionList(const SetupQuestion *Head);
-std::string FormatQuestion(const SetupQuestion &Record, uint16_t FormId);
+// Writes the list to Out one line at a time, so that no more than one line
+// is held however many records and options there are.
+void WriteQuestionList(std::FILE *Out, const SetupQuestion *Head);
 
 }  // namespace bioscfgsim

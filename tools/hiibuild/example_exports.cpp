@@ -96,6 +96,21 @@ ExportBuilder TablesAndStrings(const EFI_GUID &FormSet, const EFI_GUID &Other) {
   return Export;
 }
 
+// Texts a listing must escape: quotes, backslashes, control characters and
+// characters beyond ASCII, in prompts and option texts.
+ExportBuilder EscapedTexts(const EFI_GUID &FormSet) {
+  ExportBuilder Export;
+  Export.AddTable(FormSet)
+      .Ifr()
+      .FormSet(FormSet, u"Setup")
+      .Form(1, u"Caf\u00e9 \"Main\"")
+      .OneOfWithOptions(0, 1, u"Path \\ mode", {{u"\u4e2d\u6587", 0}, {u"Tab\there", 1}, {u"~\x7f", 2}}, 0)
+      .CheckBox(1, 1, u"\u00a0Edge\u00ff")
+      .EndForm()
+      .EndFormSet();
+  return Export;
+}
+
 // ---- malformed lengths --------------------------------------------------------------
 
 // A form of one-of, checkbox and numeric questions over "Setup".
@@ -198,6 +213,7 @@ std::vector<ExampleExport> ExampleExports(const EFI_GUID &FormSetGuid, const EFI
       Named("conditions", ConditionsExport),
       Named("varstores_wide_header", Varstores(FormSetGuid, OtherGuid)),
       Named("tables_and_strings", TablesAndStrings(FormSetGuid, OtherGuid)),
+      Named("escaped_texts", EscapedTexts(FormSetGuid)),
       {"truncated", Truncated, ConditionsExport.ProtocolGuid()},
       Named("table_size_past_export", TableSizePastExport(FormSetGuid)),
       {"export_one_byte_short", OneByteShort(FormSetGuid), gFrameworkHiiProtocolGuid},
