@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <utility>
 
 namespace bioscfgsim {
 
@@ -18,26 +19,30 @@ static int Fail(const std::string &Why) {
 }
 
 bool LoadPlatform(const Options &Opts, PlatformInput &Out, std::string &Error) {
-  Out = SamplePlatformInput();
-  if (!Opts.ExportPath.empty()) {
+  // The sample is built only for the part no file replaces.
+  if (Opts.ExportPath.empty()) {
+    Out.Export = platform::Sample().Export;
+    Out.HiiProtocolGuid = platform::Sample().HiiProtocolGuid;
+  } else {
     if (!ReadFileBytes(Opts.ExportPath, Out.Export, Error)) return false;
     Out.HiiProtocolGuid = HiiProtocolOf(Out.Export);
   }
-  if (!Opts.VariablesPath.empty()) {
-    std::vector<uint8_t> Text;
-    if (!ReadFileBytes(Opts.VariablesPath, Text, Error)) return false;
-    if (!ParseVariableStore(std::string(Text.begin(), Text.end()), Out.Variables, Error)) {
-      Error = Opts.VariablesPath + ": " + Error;
-      return false;
-    }
+  if (Opts.VariablesPath.empty()) {
+    Out.Variables = platform::Sample().Variables;
+    return true;
+  }
+  std::vector<uint8_t> Text;
+  if (!ReadFileBytes(Opts.VariablesPath, Text, Error)) return false;
+  if (!ParseVariableStore(std::string(Text.begin(), Text.end()), Out.Variables, Error)) {
+    Error = Opts.VariablesPath + ": " + Error;
+    return false;
   }
   return true;
 }
 
-bool ListQuestions(const PlatformInput &Platform, const std::string &MessagesPath, std::FILE *Out,
-                   std::string &Error) {
+bool ListQuestions(PlatformInput Platform, const std::string &MessagesPath, std::FILE *Out, std::string &Error) {
   SimulatedMachine Machine;
-  if (!Machine.Start(Platform, MessagesPath, Error)) return false;
+  if (!Machine.Start(std::move(Platform), MessagesPath, Error)) return false;
   if (!Machine.OpenSession(Error)) return false;
   if (gImage.Engine == nullptr) {
     Error = "the session has no settings engine";
@@ -65,7 +70,7 @@ static int RunList(const Options &Opts, const std::vector<std::string> &Args) {
   PlatformInput Platform;
   std::string Error;
   if (!LoadPlatform(Opts, Platform, Error)) return Fail(Error);
-  if (!ListQuestions(Platform, Opts.MessagesPath, stdout, Error)) return Fail(Error);
+  if (!ListQuestions(std::move(Platform), Opts.MessagesPath, stdout, Error)) return Fail(Error);
   return 0;
 }
 

@@ -33,7 +33,7 @@ void PrintUsage(std::FILE *Out);
 // loads the forms through a session and writes the question list to Out.
 // False with a reason in Error when the machine, the session or the load
 // fails.
-[[nodiscard]] bool ListQuestions(const PlatformInput &Platform, const std::string &MessagesPath, std::FILE *Out,
+[[nodiscard]] bool ListQuestions(PlatformInput Platform, const std::string &MessagesPath, std::FILE *Out,
                                  std::string &Error);
 
 }  // namespace bioscfgsim

@@ -16,8 +16,8 @@
 
 namespace bioscfgsim {
 
-// Writes the list to Out one line at a time, so that no more than one line
-// is held however many records and options there are.
+// Writes the list to Out through a buffer of bounded size, so that the
+// whole list is never held however many records and options there are.
 void WriteQuestionList(std::FILE *Out, const SetupQuestion *Head);
 
 }  // namespace bioscfgsim
