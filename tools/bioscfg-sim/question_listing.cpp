@@ -74,7 +74,7 @@ constexpr DigitPairs PAIRS;
 // Written from its last digit back, straight into place.
 char *PutDecimal(char *At, uint32_t Value) {
   size_t Digits = 1;
-  for (uint32_t Rest = Value; Rest >= 10; Rest /= 10) ++Digits;
+  for (uint64_t Bound = 10; Digits < DECIMAL_BYTES && Value >= Bound; Bound *= 10) ++Digits;
   char *Last = At + Digits;
   char *Digit = Last;
   while (Value >= 100) {
@@ -118,17 +118,17 @@ constexpr PlainUnits PLAIN;
 // Texts point into the packed export, so each unit is read as two bytes.
 // Units that do not stand as they are become \uXXXX.
 char *PutQuoted(char *At, const CHAR16 *Text, size_t Length) {
-  const auto *Bytes = reinterpret_cast<const uint8_t *>(Text);
+  const auto *Unit = reinterpret_cast<const uint8_t *>(Text);
+  const uint8_t *End = Unit + 2 * Length;
   *At++ = '"';
-  for (size_t Index = 0; Index < Length; ++Index) {
-    const uint32_t Unit = Bytes[2 * Index] | (Bytes[2 * Index + 1] << 8);
-    if (Unit < 128 && PLAIN.Plain[Unit]) {
-      *At++ = static_cast<char>(Unit);
+  for (; Unit != End; Unit += 2) {
+    if (Unit[1] == 0 && Unit[0] < 128 && PLAIN.Plain[Unit[0]]) {
+      *At++ = static_cast<char>(Unit[0]);
       continue;
     }
     *At++ = '\\';
     *At++ = 'u';
-    At = PutHex(At, Unit, 4);
+    At = PutHex(At, Unit[0] | (Unit[1] << 8), 4);
   }
   *At++ = '"';
   return At;
