@@ -9,13 +9,25 @@
 namespace forms_test {
 namespace {
 
-using OptionStorageTest = FormsTest;
+class OptionStorageTest : public FormsTest {
+ protected:
+  // Retrieves Export and parses it with the firmware's call counters
+  // counting the parse alone.
+  void ParseCounting(const Bytes &Export) {
+    PutSetup(Bytes(8, 0));
+    InstallBytes(Export);
+    ASSERT_EQ(Forms().RetrieveForms(), EFI_SUCCESS);
+    Fw().ResetCounters();
+    ASSERT_EQ(Forms().ParseForms(), EFI_SUCCESS);
+  }
+};
 using Texts = std::vector<std::u16string>;
 
-// Forty options, more than the collection's first growth step holds.
-std::vector<hiibuild::OptionEntry> ManyOptions() {
-  std::vector<hiibuild::OptionEntry> Options;
-  for (uint16_t Value = 0; Value < 40; ++Value) Options.push_back({u"Choice " + std::u16string(1, u'A' + Value % 26), Value});
+// Forty options, more than the collection's first growth step holds; the
+// first one's text names the question.
+std::vector<hiibuild::OptionEntry> ManyOptions(const std::u16string &Question) {
+  std::vector<hiibuild::OptionEntry> Options = {{Question, 40}};
+  for (uint16_t Value = 1; Value < 40; ++Value) Options.push_back({u"Choice " + std::u16string(1, u'A' + Value % 26), Value});
   return Options;
 }
 
@@ -32,7 +44,7 @@ Bytes ManyQuestions(int Count, uint16_t NumericMaximum) {
       case 0: Ifr.OneOfWithOptions(0, 1, Prompt, {{u"Off", 0}, {u"On", 1}, {u"Auto", 2}}, 0); break;
       case 1: Ifr.CheckBox(1, 1, Prompt); break;
       case 2: Ifr.Numeric(2, 2, Prompt, {Q % 8 == 2 ? uint16_t{0} : uint16_t{10}, NumericMaximum, 1, 0}); break;
-      default: Ifr.OneOfWithOptions(3, 1, Prompt, ManyOptions(), 0); break;
+      default: Ifr.OneOfWithOptions(3, 1, Prompt, ManyOptions(Prompt), 0); break;
     }
   }
   Ifr.EndForm().EndFormSet();
@@ -55,11 +67,7 @@ std::vector<Kept> Snapshot(const std::vector<const SetupQuestion *> &Records) {
 }
 
 TEST_F(OptionStorageTest, ALoadTakesAFewPoolAllocationsWhateverItsOptions) {
-  PutSetup(Bytes(8, 0));
-  InstallBytes(ManyQuestions(2000, 65535));
-  ASSERT_EQ(Forms().RetrieveForms(), EFI_SUCCESS);
-  Fw().ResetCounters();
-  ASSERT_EQ(Forms().ParseForms(), EFI_SUCCESS);
+  ParseCounting(ManyQuestions(2000, 65535));
   // 2,000 questions, 500 numeric ones with up to 65,536 options and 500
   // one-ofs with 40: the records take a few growing blocks, and no option
   // or opcode takes one of its own.
@@ -67,7 +75,8 @@ TEST_F(OptionStorageTest, ALoadTakesAFewPoolAllocationsWhateverItsOptions) {
   EXPECT_EQ(Questions().size(), 2000u);
   EXPECT_EQ(OptionsOf(Questions()[2]).size(), 65536u);
   std::vector<uint32_t> Reversed;
-  for (uint32_t Value = 40; Value-- > 0;) Reversed.push_back(Value);
+  for (uint32_t Value = 40; Value-- > 1;) Reversed.push_back(Value);
+  Reversed.push_back(40);
   EXPECT_EQ(OptionValues(Questions()[3]), Reversed);
 }
 
@@ -145,19 +154,16 @@ TEST_F(OptionStorageTest, AcceptedValuesAreExactlyTheEnumeratedOnes) {
 // Whichever pool or page allocation of a load fails, the parse goes on: a
 // record that could not be had is missing, and every record that is there
 // has all of its options or none (its option block, room for one of its
-// one-of options, or the shared texts could not be had). Nothing is left behind after the discard.
+// one-of options, or the shared texts could not be had). Nothing is left
+// behind after the discard.
 TEST_F(OptionStorageTest, UnderMemoryPressureEachQuestionKeepsAllItsOptionsOrNone) {
-  PutSetup(Bytes(8, 0));
-  InstallBytes(ManyQuestions(300, 20));
-  ASSERT_EQ(Forms().RetrieveForms(), EFI_SUCCESS);
-  Fw().ResetCounters();
-  ASSERT_EQ(Forms().ParseForms(), EFI_SUCCESS);
+  size_t QuestionsLeftWithoutOptions = 0, LoadsWithRecordsMissing = 0;
+  ParseCounting(ManyQuestions(300, 20));
   const std::vector<Kept> Whole = Snapshot(Records());
   const uint64_t PoolCalls = Fw().Calls(sim::Service::AllocatePool);
   const uint64_t PageCalls = Fw().Calls(sim::Service::AllocatePages);
   ASSERT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
 
-  size_t QuestionsLeftWithoutOptions = 0;
   for (sim::Service Service : {sim::Service::AllocatePool, sim::Service::AllocatePages}) {
     const uint64_t Calls = Service == sim::Service::AllocatePool ? PoolCalls : PageCalls;
     for (uint64_t N = 1; N <= Calls; ++N) {
@@ -166,8 +172,10 @@ TEST_F(OptionStorageTest, UnderMemoryPressureEachQuestionKeepsAllItsOptionsOrNon
       Fw().FailNthCall(Service, N, EFI_OUT_OF_RESOURCES);
       EXPECT_EQ(Forms().ParseForms(), EFI_SUCCESS);
       Fw().ClearFaults();
+      const std::vector<Kept> Loaded = Snapshot(Records());
+      if (Loaded.size() < Whole.size()) ++LoadsWithRecordsMissing;
       size_t At = 0;
-      for (const Kept &Got : Snapshot(Records())) {
+      for (const Kept &Got : Loaded) {
         while (At < Whole.size() && Whole[At].Prompt != Got.Prompt) ++At;
         ASSERT_LT(At, Whole.size()) << "unexpected record";
         if (Got.Options.empty() && !Whole[At].Options.empty()) ++QuestionsLeftWithoutOptions;
@@ -179,7 +187,42 @@ TEST_F(OptionStorageTest, UnderMemoryPressureEachQuestionKeepsAllItsOptionsOrNon
       EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
     }
   }
+  // Both failures happened somewhere in the sweep.
   EXPECT_GT(QuestionsLeftWithoutOptions, 0u);
+  EXPECT_GT(LoadsWithRecordsMissing, 0u);
+}
+
+// A one-of whose record cannot be had is passed over with its options: they
+// must not become those of the question before it. Records are carved out
+// of growing blocks, so the one-of's record is made to need a new block by
+// putting ever more checkboxes before it, and each pool call of the parse
+// is failed in turn.
+TEST_F(OptionStorageTest, AOneOfPassedOverTakesItsOptionsAlong) {
+  size_t OneOfsPassedOver = 0;
+  for (int Boxes = 1; Boxes <= 100; ++Boxes) {
+    ExportBuilder Export;
+    IfrBuilder &Ifr = StartForms(Export);
+    for (int Box = 0; Box < Boxes; ++Box) Ifr.CheckBox(1, 1, u"Box");
+    Ifr.OneOfWithOptions(0, 1, u"Mode", {{u"A", 0}, {u"B", 1}}, 0).EndForm().EndFormSet();
+    ParseCounting(Export.Build());
+    const uint64_t PoolCalls = Fw().Calls(sim::Service::AllocatePool);
+    ASSERT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
+    for (uint64_t N = 1; N <= PoolCalls; ++N) {
+      SCOPED_TRACE(testing::Message() << Boxes << " boxes, pool call " << N << " fails");
+      ASSERT_EQ(Forms().RetrieveForms(), EFI_SUCCESS);
+      Fw().FailNthCall(sim::Service::AllocatePool, N, EFI_OUT_OF_RESOURCES);
+      EXPECT_EQ(Forms().ParseForms(), EFI_SUCCESS);
+      Fw().ClearFaults();
+      for (const SetupQuestion *Q : Questions()) {
+        if (Q->OpCode == IFR_CHECKBOX_OP && QuestionHasOptions(*Q)) {
+          EXPECT_EQ(OptionTexts(Q), (Texts{u"Enabled", u"Disabled"}));
+        }
+      }
+      if (Prompts().back() != u"Mode") ++OneOfsPassedOver;
+      EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
+    }
+  }
+  EXPECT_GT(OneOfsPassedOver, 0u);
 }
 
 }  // namespace
