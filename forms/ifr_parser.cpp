@@ -8,21 +8,13 @@
 // the buffer, and an opcode too short for the operands it needs is ignored.
 #include "forms/conditions.h"
 #include "forms/framework_hii.h"
-#include "forms/option_texts.h"
+#include "forms/question_options.h"
 #include "forms/string_lookup.h"
 #include "forms/variable_store.h"
+
 #include "runtime/crt.h"
-#include "runtime/owned.h"
 
 namespace {
-
-// Owns a record until it joins the question list.
-using RecordOwner = crt::HeapPtr<SetupQuestion>;
-
-void DropPendingOptions(SetupFormDatabase &Db) {
-  FreeOptionList(Db.PendingOptions);
-  Db.PendingOptions = nullptr;
-}
 
 void SetPrompt(SetupFormDatabase &Db, SetupQuestion *Record, UINT16 Token) {
   LookedUpString Prompt = LookupString(Db, Token);
@@ -45,52 +37,73 @@ UINT32 OperandBytesNeeded(UINT8 Code) {
   }
 }
 
+// A zero-filled record that copies the variable context; nullptr when the
+// pool has no room for it.
+SetupQuestion *NewRecord(SetupFormDatabase &Db, UINT8 Code) {
+  void *Memory = Db.Records.Allocate(sizeof(SetupQuestion));
+  if (Memory == nullptr) return nullptr;
+  auto *Record = ::new (Memory) SetupQuestion{};
+  Record->OpCode = Code;
+  Record->VariableGuid = Db.CurrentVariableGuid;
+  Record->VariableName = Db.CurrentVariableName;
+  Record->VariableSize = Db.CurrentVariableSize;
+  Record->VariableAttributes = Db.CurrentVariableAttributes;
+  return Record;
+}
+
 // One-of, checkbox and numeric questions: value, prompt, options, flags.
-void KeepQuestion(SetupFormDatabase &Db, RecordOwner &Record, const UINT8 *Op) {
-  SetupQuestion *Question = Record.Get();
+void KeepQuestion(SetupFormDatabase &Db, SetupQuestion *Question, const UINT8 *Op) {
   ReadQuestionValue(Db, Question, Le16(Op + offsetof(IFR_QUESTION_HEAD, QuestionId)),
                     Op[offsetof(IFR_QUESTION_HEAD, Width)]);
   SetPrompt(Db, Question, Le16(Op + offsetof(IFR_QUESTION_HEAD, Prompt)));
   // The one-of's own options follow it; whatever is pending is not its.
-  DropPendingOptions(Db);
+  Db.PendingOptions.Clear();
   if (Op[0] == IFR_OP_ONE_OF) Db.DroppingOptions = 0;
   if (Op[0] == IFR_OP_CHECKBOX) Question->Options = MakeCheckboxOptions(Db);
   if (Op[0] == IFR_OP_NUMERIC) {
-    UINT16 Step = Le16(Op + offsetof(IFR_NUMERIC, Step));
-    if (Step != 0) {
-      Question->Options = MakeNumericOptions(Db, Le16(Op + offsetof(IFR_NUMERIC, Minimum)),
-                                             Le16(Op + offsetof(IFR_NUMERIC, Maximum)), Step);
-    }
+    Question->Options = MakeNumericOptions(Db, Le16(Op + offsetof(IFR_NUMERIC, Minimum)),
+                                           Le16(Op + offsetof(IFR_NUMERIC, Maximum)),
+                                           Le16(Op + offsetof(IFR_NUMERIC, Step)));
   }
   ApplyConditionResults(Db, Question);
-  Db.AppendQuestion(Record.Release());
+  Db.AppendQuestion(Question);
 }
 
-void KeepForm(SetupFormDatabase &Db, RecordOwner &Record, const UINT8 *Op) {
-  Record.Get()->FormId = Le16(Op + offsetof(IFR_FORM, FormId));
-  SetPrompt(Db, Record.Get(), Le16(Op + offsetof(IFR_FORM, FormTitle)));
-  Db.AppendQuestion(Record.Release());
+void KeepForm(SetupFormDatabase &Db, SetupQuestion *Form, const UINT8 *Op) {
+  Form->FormId = Le16(Op + offsetof(IFR_FORM, FormId));
+  SetPrompt(Db, Form, Le16(Op + offsetof(IFR_FORM, FormTitle)));
+  Db.AppendQuestion(Form);
 }
 
-void AddPendingOption(SetupFormDatabase &Db, const UINT8 *Op) {
-  auto *Option = static_cast<SetupOption *>(crt::calloc(1, sizeof(SetupOption)));
-  if (Option == nullptr) return;
-  LookedUpString Text = LookupString(Db, Le16(Op + offsetof(IFR_ONE_OF_OPTION, Option)));
-  Option->Text = Text.Text;
-  Option->TextLength = Text.Length;
-  Option->Value = Le16(Op + offsetof(IFR_ONE_OF_OPTION, Value));
-  Option->Next = Db.PendingOptions;
-  Db.PendingOptions = Option;
-}
-
-void AttachPendingOptions(SetupFormDatabase &Db) {
-  if (Db.QuestionsTail == nullptr) {
-    DropPendingOptions(Db);
+// Forms and questions take a record. Only they do: every other opcode
+// changes parser state and keeps nothing. A record that cannot be allocated
+// passes its opcode over; a one-of passed over drops its options rather
+// than hand them to the question before it.
+void KeepRecord(SetupFormDatabase &Db, const UINT8 *Op) {
+  SetupQuestion *Record = NewRecord(Db, Op[0]);
+  if (Record == nullptr) {
+    if (Op[0] == IFR_OP_ONE_OF) Db.DroppingOptions = 1;
     return;
   }
-  FreeOptionList(Db.QuestionsTail->Options);
-  Db.QuestionsTail->Options = Db.PendingOptions;
-  Db.PendingOptions = nullptr;
+  if (Op[0] == IFR_OP_FORM) {
+    KeepForm(Db, Record, Op);
+  } else {
+    KeepQuestion(Db, Record, Op);
+  }
+}
+
+void AddOption(SetupFormDatabase &Db, const UINT8 *Op) {
+  LookedUpString Text = LookupString(Db, Le16(Op + offsetof(IFR_ONE_OF_OPTION, Option)));
+  AddPendingOption(Db, OptionView{Text.Text, Text.Length, Le16(Op + offsetof(IFR_ONE_OF_OPTION, Value))});
+}
+
+// The pending options replace whatever options the last record had.
+void AttachPendingOptions(SetupFormDatabase &Db) {
+  if (Db.QuestionsTail == nullptr) {
+    Db.PendingOptions.Clear();
+    return;
+  }
+  Db.QuestionsTail->Options = TakePendingOptions(Db);
 }
 
 void SelectVarStoreById(SetupFormDatabase &Db, UINT16 Id) {
@@ -100,8 +113,7 @@ void SelectVarStoreById(SetupFormDatabase &Db, UINT16 Id) {
 
 // Option scopes that belong to no record: an ordered list's, and that of a
 // one-of that could not be kept. Their options must not reach any record.
-// Handled before a record is allocated, so memory pressure cannot reroute
-// them. True when the opcode needs nothing more.
+// True when the opcode needs nothing more.
 bool TrackDroppedOptionScope(SetupFormDatabase &Db, UINT8 Code) {
   if (Code == IFR_OP_ORDERED_LIST) {
     Db.DroppingOptions = 1;
@@ -119,31 +131,16 @@ bool TrackDroppedOptionScope(SetupFormDatabase &Db, UINT8 Code) {
 void HandleOpcode(SetupFormDatabase &Db, const UINT8 *Op, UINT8 Length) {
   const UINT8 Code = Op[0];
   if (TrackDroppedOptionScope(Db, Code)) return;
-  const bool Truncated = Length < OperandBytesNeeded(Code);
-
-  // Every opcode first takes a record, kept only for forms and questions.
-  // When even that allocation fails the opcode is passed over, condition and
-  // varstore opcodes included, so memory pressure degrades every opcode the
-  // same way. A one-of passed over drops its options rather than hand them
-  // to the question before it.
-  RecordOwner Record(static_cast<SetupQuestion *>(crt::calloc(1, sizeof(SetupQuestion))));
-  if (Record.Get() == nullptr || Truncated) {
+  if (Length < OperandBytesNeeded(Code)) {
     if (Code == IFR_OP_ONE_OF) Db.DroppingOptions = 1;
     return;
   }
-  SetupQuestion *Question = Record.Get();
-  Question->OpCode = Code;
-  Question->VariableGuid = Db.CurrentVariableGuid;
-  Question->VariableName = Db.CurrentVariableName;
-  Question->VariableSize = Db.CurrentVariableSize;
-  Question->VariableAttributes = Db.CurrentVariableAttributes;
-
   switch (Code) {
-    case IFR_OP_FORM: KeepForm(Db, Record, Op); return;
+    case IFR_OP_FORM:
     case IFR_OP_ONE_OF:
     case IFR_OP_CHECKBOX:
-    case IFR_OP_NUMERIC: KeepQuestion(Db, Record, Op); return;
-    case IFR_OP_ONE_OF_OPTION: AddPendingOption(Db, Op); return;
+    case IFR_OP_NUMERIC: KeepRecord(Db, Op); return;
+    case IFR_OP_ONE_OF_OPTION: AddOption(Db, Op); return;
     case IFR_OP_SUPPRESS_IF:
     case IFR_OP_HIDDEN:
     case IFR_OP_INCONSISTENT_IF:
@@ -169,20 +166,22 @@ void HandleOpcode(SetupFormDatabase &Db, const UINT8 *Op, UINT8 Length) {
   }
 }
 
-// Opcodes from byte 6 of the pack to its end. A length byte of 0, or an
-// opcode running past the pack, ends the walk. A pack that does not lie
-// inside the export is not walked.
+// Opcodes from byte 6 of the pack to the pack's end. The export bounds
+// every read, not the pack's length: a pack that claims more than the export
+// holds is walked to the export's end, and an opcode that starts inside the
+// pack is handled whenever its bytes lie inside the export, even if they run
+// past the pack. A length byte of 0, or an opcode running past the export,
+// ends the walk.
 void WalkIfrPack(SetupFormDatabase &Db, UINT64 Pack) {
   const ExportSpan Export = Db.Export();
   if (!Export.Holds(Pack, sizeof(HII_PACK_HEADER))) return;
-  UINT32 Length = Le32(Export.At(Pack));
-  if (Length < sizeof(HII_PACK_HEADER) || !Export.Holds(Pack, Length)) return;
+  const UINT64 PackEnd = Pack + Le32(Export.At(Pack));
   Db.DroppingOptions = 0;
-  const UINT64 End = Pack + Length;
-  for (UINT64 Cursor = Pack + sizeof(HII_PACK_HEADER); Cursor + sizeof(IFR_OP_HEADER) <= End;) {
+  for (UINT64 Cursor = Pack + sizeof(HII_PACK_HEADER); Cursor < PackEnd;) {
+    if (!Export.Holds(Cursor, sizeof(IFR_OP_HEADER))) return;
     UINT8 *Op = Db.ExportBuffer + Cursor;
     UINT8 OpLength = Op[offsetof(IFR_OP_HEADER, Length)];
-    if (OpLength == 0 || Cursor + OpLength > End) return;
+    if (OpLength == 0 || !Export.Holds(Cursor, OpLength)) return;
     HandleOpcode(Db, Op, OpLength);
     Cursor += OpLength;
   }
@@ -217,13 +216,18 @@ EFI_STATUS SetupFormDatabase::ParseForms() {
     CurrentVariableName = nullptr;
     CurrentVariableSize = 0;
     CurrentVariableAttributes = 0;
-    // A size of 0, or one that would not hold the header or would run past
-    // the export, ends the walk: the next table cannot be found.
+    // A size of 0 ends the walk. So does a size below the table's own
+    // header: the next table would begin inside this one's header.
     UINT32 Size = Le32(CurrentDataTable + offsetof(HII_DATA_TABLE, DataTableSize));
-    if (Size < sizeof(HII_DATA_TABLE) || !Whole.Holds(Table, Size)) break;
+    if (Size < sizeof(HII_DATA_TABLE)) break;
+    // A table that runs past the export is read as far as its packs lie
+    // inside it; there is no next table to step to.
     ParseDataTable(*this, Table);
+    if (!Whole.Holds(Table, Size)) break;
     Table += Size;
   }
   Variables.Stop();
+  // Between one-ofs the collection holds nothing worth its memory.
+  if (PendingOptions.Count() == 0) PendingOptions.Release();
   return EFI_SUCCESS;
 }

@@ -3,14 +3,6 @@
 
 #include "runtime/crt.h"
 
-void FreeOptionList(SetupOption *Head) {
-  while (Head != nullptr) {
-    SetupOption *Next = Head->Next;
-    crt::free(Head);
-    Head = Next;
-  }
-}
-
 SetupFormDatabase::SetupFormDatabase()
     : ExportBuffer(nullptr),
       ExportSize(0),
@@ -27,7 +19,6 @@ SetupFormDatabase::SetupFormDatabase()
       VariablePacks{},
       Questions(nullptr),
       QuestionsTail(nullptr),
-      PendingOptions(nullptr),
       DroppingOptions(0),
       ConditionKind(0),
       SuppressResult(0),
@@ -52,16 +43,12 @@ void SetupFormDatabase::AppendQuestion(SetupQuestion *Record) {
 }
 
 EFI_STATUS SetupFormDatabase::DiscardForms() {
-  while (Questions != nullptr) {
-    SetupQuestion *Next = Questions->Next;
-    FreeOptionList(Questions->Options);
-    crt::free(Questions);
-    Questions = Next;
-  }
+  // The records and their option blocks go in a few blocks at once.
+  Questions = nullptr;
   QuestionsTail = nullptr;
+  Records.Release();
   // Options still waiting for an end-of-one-of would outlive their texts.
-  FreeOptionList(PendingOptions);
-  PendingOptions = nullptr;
+  PendingOptions.Release();
   DroppingOptions = 0;
   OptionTexts.Release();
   Variables.Stop();

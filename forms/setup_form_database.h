@@ -3,12 +3,14 @@
 //
 // The operations on it live in small files of their own: hii_retrieval.cpp
 // (RetrieveForms), ifr_parser.cpp (ParseForms), string_lookup.h,
-// variable_store.h, option_texts.h and conditions.h.
+// variable_store.h, question_options.h and conditions.h.
 #pragma once
 
 #include "forms/export_bytes.h"
+#include "forms/pending_options.h"
+#include "forms/record_arena.h"
 #include "forms/setup_question.h"
-#include "forms/text_arena.h"
+#include "forms/shared_option_texts.h"
 #include "forms/variable_cache.h"
 
 struct ConditionTerm {
@@ -40,7 +42,8 @@ class SetupFormDatabase {
   [[nodiscard]] EFI_STATUS RetrieveForms();
   // Builds the question list from ExportBuffer. Always 0.
   [[nodiscard]] EFI_STATUS ParseForms();
-  // Frees the question list, the option texts it made and ExportBuffer. Always 0.
+  // Frees the question list, its options, the option texts it made and
+  // ExportBuffer. Always 0.
   EFI_STATUS DiscardForms();
 
   // Links Record at the end of Questions.
@@ -65,7 +68,7 @@ class SetupFormDatabase {
   UINT8 *VariablePacks[MAX_VARIABLE_PACKS];
   SetupQuestion *Questions;
   SetupQuestion *QuestionsTail;  // last record, so appending does not walk
-  SetupOption *PendingOptions;
+  PendingOptionList PendingOptions;
   // Set while the options of an ordered list (or of a one-of that kept no
   // record) are being read: they have no question to go to and are dropped.
   UINT8 DroppingOptions;
@@ -80,11 +83,10 @@ class SetupFormDatabase {
   // The "eng" string pack of one data table, remembered between lookups.
   const UINT8 *StringCacheTable;  // nullptr: nothing remembered
   UINT64 StringCachePack;         // offset of the pack; 0 when the table has none
+  // The records of Questions and the one-of option blocks.
+  RecordArena Records;
   // Texts made for checkbox and numeric options.
-  TextArena OptionTexts;
+  SharedOptionTexts OptionTexts;
   // Variable reads of the running ParseForms.
   VariableCache Variables;
 };
-
-// Frees a list of option nodes (not their texts).
-void FreeOptionList(SetupOption *Head);

@@ -20,26 +20,24 @@ constexpr UINT16 ENGLISH[] = {'e', 'n', 'g', 0};
   return Db.Export().Holds(*Table, sizeof(HII_DATA_TABLE));
 }
 
-// A pack whose header and whole length lie inside the export.
-[[nodiscard]] bool PackFits(const ExportSpan &Export, UINT64 Pack, UINT32 *Length) {
-  if (!Export.Holds(Pack, sizeof(HII_PACK_HEADER))) return false;
-  *Length = Le32(Export.At(Pack));
-  return *Length >= sizeof(HII_PACK_HEADER) && Export.Holds(Pack, *Length);
-}
-
-// Whether the pack's language name is "eng", reading only inside the pack.
-[[nodiscard]] bool IsEnglish(const ExportSpan &Pack) {
-  if (!Pack.Holds(Pack.Start + offsetof(HII_STRING_PACK_HEADER, LanguageNameString), 4)) return false;
-  UINT32 NameOffset = Le32(Pack.At(Pack.Start + offsetof(HII_STRING_PACK_HEADER, LanguageNameString)));
-  if (NameOffset == 0) return false;  // a name at the pack header is no name
-  UINT64 Name = Pack.Start + NameOffset;
+// Whether the pack's language name is "eng". The name may lie anywhere in
+// the export; a name at the pack's first byte is no name.
+[[nodiscard]] bool IsEnglish(const ExportSpan &Export, UINT64 Pack) {
+  const UINT64 Field = Pack + offsetof(HII_STRING_PACK_HEADER, LanguageNameString);
+  if (!Export.Holds(Field, 4)) return false;
+  UINT32 NameOffset = Le32(Export.At(Field));
+  if (NameOffset == 0) return false;
+  UINT64 Name = Pack + NameOffset;
   for (UINT64 Index = 0; Index < sizeof(ENGLISH) / sizeof(ENGLISH[0]); ++Index) {
-    if (!Pack.Holds(Name + 2 * Index, 2)) return false;
-    if (Le16(Pack.At(Name + 2 * Index)) != ENGLISH[Index]) return false;
+    if (!Export.Holds(Name + 2 * Index, 2)) return false;
+    if (Le16(Export.At(Name + 2 * Index)) != ENGLISH[Index]) return false;
   }
   return true;
 }
 
+// Walks the table's string packs, each from the previous one's start plus
+// its length, whatever that length says, as long as the pack header lies
+// inside the export.
 [[nodiscard]] UINT64 FindEnglishPack(const SetupFormDatabase &Db, UINT64 Table) {
   const ExportSpan Export = Db.Export();
   const UINT8 *Header = Export.At(Table);
@@ -47,15 +45,15 @@ constexpr UINT16 ENGLISH[] = {'e', 'n', 'g', 0};
   UINT32 PackCount = Le32(Header + offsetof(HII_DATA_TABLE, NumberOfLanguages));
   if (FirstPack == 0) return NO_PACK;
   UINT64 Pack = Table + FirstPack;
-  // Each visited pack is at least a header long, so the walk ends with the
-  // buffer however large the count.
   for (UINT32 Visited = 0; Visited < PackCount; ++Visited) {
-    UINT32 Length = 0;
-    if (!PackFits(Export, Pack, &Length)) return NO_PACK;
-    ExportSpan PackSpan{Export.Base, Pack, Pack + Length};
-    if (Le16(Export.At(Pack + offsetof(HII_PACK_HEADER, Type))) == HII_STRING_PACK && IsEnglish(PackSpan)) {
+    if (!Export.Holds(Pack, sizeof(HII_PACK_HEADER))) return NO_PACK;
+    if (Le16(Export.At(Pack + offsetof(HII_PACK_HEADER, Type))) == HII_STRING_PACK && IsEnglish(Export, Pack)) {
       return Pack;
     }
+    // A length of 0 would visit this same pack again and again. Any other
+    // length moves on, so the walk leaves the export within its size.
+    UINT32 Length = Le32(Export.At(Pack));
+    if (Length == 0) return NO_PACK;
     Pack += Length;
   }
   return NO_PACK;
@@ -73,14 +71,18 @@ LookedUpString LookupString(SetupFormDatabase &Db, UINT16 Token) {
   }
   if (Db.StringCachePack == NO_PACK) return None;
 
+  // The string pointer and the start of the text lie inside the pack, as
+  // far as the pack lies inside the export; the text runs to its NUL, which
+  // must lie inside the export.
   const ExportSpan Export = Db.Export();
-  UINT64 Pack = Db.StringCachePack;
-  UINT32 PackLength = Le32(Export.At(Pack));
-  ExportSpan PackSpan{Export.Base, Pack, Pack + PackLength};
+  const UINT64 Pack = Db.StringCachePack;
+  const UINT64 PackEnd = Pack + Le32(Export.At(Pack));
+  const ExportSpan PackSpan{Export.Base, Pack, PackEnd < Export.End ? PackEnd : Export.End};
   UINT64 Pointer = Pack + sizeof(HII_STRING_PACK_HEADER) + 4 * static_cast<UINT64>(Token);
   if (!PackSpan.Holds(Pointer, 4)) return None;
   UINT64 Text = Pack + Le32(Export.At(Pointer));
+  if (!PackSpan.Holds(Text, 1)) return None;
   UINT64 Units = 0;
-  if (!WideTextLength(PackSpan, Text, 0xFFFF, &Units)) return None;
+  if (!WideTextLength(Export, Text, 0xFFFF, &Units)) return None;
   return LookedUpString{reinterpret_cast<CHAR16 *>(Db.ExportBuffer + Text), static_cast<UINT16>(Units)};
 }

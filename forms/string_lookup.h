@@ -9,7 +9,8 @@ struct LookedUpString {
 };
 
 // The "eng" text of Token in Db.CurrentDataTable. No text (nullptr, 0) when
-// the table has no "eng" pack, the token's pointer or text lies outside the
-// pack, the text has no NUL inside the pack, or it is longer than 65535
-// characters.
+// the table has no "eng" pack, the token's string pointer or the start of
+// its text lies outside the pack (or, for a pack that claims more than the
+// export holds, outside the export), the text has no NUL inside the export,
+// or it is longer than 65535 characters.
 [[nodiscard]] LookedUpString LookupString(SetupFormDatabase &Db, UINT16 Token);

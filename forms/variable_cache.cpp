@@ -30,6 +30,7 @@ void VariableCache::Stop() {
     Head = Next;
   }
   Active = false;
+  RememberRecent(nullptr, nullptr, nullptr);
 }
 
 const VariableSnapshot *VariableCache::Find(const UINT8 *NameBytes, UINT32 NameUnits,

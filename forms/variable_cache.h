@@ -37,7 +37,7 @@ struct VariableSnapshot {
 
 class VariableCache {
  public:
-  constexpr VariableCache() : Head(nullptr), Active(false) {}
+  constexpr VariableCache() : Head(nullptr), Active(false), RecentName(nullptr), RecentGuid(nullptr), Recent(nullptr) {}
   ~VariableCache() { Stop(); }
   VariableCache(const VariableCache &) = delete;
   VariableCache &operator=(const VariableCache &) = delete;
@@ -53,7 +53,22 @@ class VariableCache {
   // Takes ownership of Snapshot.
   void Keep(VariableSnapshot *Snapshot);
 
+  // Consecutive questions mostly read the same variable through the same
+  // name and GUID pointers (into the export, which does not change while it
+  // is parsed), so the last lookup is remembered by those pointers.
+  const VariableSnapshot *FindRecent(const CHAR16 *Name, const EFI_GUID *Guid) const {
+    return Name == RecentName && Guid == RecentGuid ? Recent : nullptr;
+  }
+  void RememberRecent(const CHAR16 *Name, const EFI_GUID *Guid, const VariableSnapshot *Snapshot) {
+    RecentName = Name;
+    RecentGuid = Guid;
+    Recent = Snapshot;
+  }
+
  private:
   VariableSnapshot *Head;
   bool Active;
+  const CHAR16 *RecentName;
+  const EFI_GUID *RecentGuid;
+  const VariableSnapshot *Recent;
 };

@@ -37,6 +37,11 @@ void FetchFromFirmware(VariableSnapshot *Snapshot) {
 VariableRead::VariableRead(SetupFormDatabase &Db) : Snapshot(nullptr), Owned(nullptr) {
   // GetVariable refuses a NULL GUID; there is nothing to ask.
   if (Db.CurrentVariableName == nullptr || Db.CurrentVariableGuid == nullptr) return;
+  if (Db.Variables.IsActive()) Snapshot = Db.Variables.FindRecent(Db.CurrentVariableName, Db.CurrentVariableGuid);
+  if (Snapshot != nullptr) {
+    Settle(Db);
+    return;
+  }
   UINT32 Units = 0;
   if (!NameUnits(Db.CurrentVariableName, &Units)) return;
   const auto *NameBytes = reinterpret_cast<const UINT8 *>(Db.CurrentVariableName);
@@ -55,6 +60,11 @@ VariableRead::VariableRead(SetupFormDatabase &Db) : Snapshot(nullptr), Owned(nul
     }
     Snapshot = Fresh;
   }
+  if (Db.Variables.IsActive()) Db.Variables.RememberRecent(Db.CurrentVariableName, Db.CurrentVariableGuid, Snapshot);
+  Settle(Db);
+}
+
+void VariableRead::Settle(SetupFormDatabase &Db) const {
   if (!HasData()) return;
   Db.CurrentVariableAttributes = Snapshot->Attributes;
   Db.CurrentVariableSize = Snapshot->Size;

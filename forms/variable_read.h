@@ -25,6 +25,9 @@ class VariableRead {
   }
 
  private:
+  // A read with data sets the context's size and attributes.
+  void Settle(SetupFormDatabase &Db) const;
+
   const VariableSnapshot *Snapshot;
   VariableSnapshot *Owned;  // a read made without the cache
 };

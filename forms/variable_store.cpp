@@ -10,20 +10,23 @@
 
 namespace {
 
-// A variable pack the context can use: inside the export, of type 6, with a
-// whole fixed part and a name NUL-terminated inside the pack.
-enum class PackShape { Outside, Unusable, Usable };
+// What the variable-pack walk finds at a position. A pack's length is only
+// the step to the next pack; whether a pack is a variable pack is told by
+// its type alone, and it is usable when its GUID, id and NUL-terminated name
+// lie inside the export, wherever its length says it ends.
+enum class PackShape {
+  Unreadable,  // its length and type lie outside the export: the walk ends
+  Other,       // another type of pack
+  Cut,         // a variable pack whose GUID, id or name runs out of the export
+  Usable,
+};
 
-PackShape ShapeOf(const ExportSpan &Export, UINT64 Pack, UINT32 *Length) {
-  if (!Export.Holds(Pack, sizeof(HII_PACK_HEADER))) return PackShape::Outside;
-  *Length = Le32(Export.At(Pack));
-  if (*Length < sizeof(HII_PACK_HEADER) || !Export.Holds(Pack, *Length)) return PackShape::Outside;
-  if (Le16(Export.At(Pack + offsetof(HII_PACK_HEADER, Type))) != HII_VARIABLE_PACK) return PackShape::Unusable;
-  ExportSpan PackSpan{Export.Base, Pack, Pack + *Length};
+PackShape ShapeOf(const ExportSpan &Export, UINT64 Pack) {
+  if (!Export.Holds(Pack, sizeof(HII_PACK_HEADER))) return PackShape::Unreadable;
+  if (Le16(Export.At(Pack + offsetof(HII_PACK_HEADER, Type))) != HII_VARIABLE_PACK) return PackShape::Other;
+  if (!Export.Holds(Pack, sizeof(HII_VARIABLE_PACK_HEADER))) return PackShape::Cut;
   UINT64 Units = 0;
-  if (!WideTextLength(PackSpan, Pack + sizeof(HII_VARIABLE_PACK_HEADER), *Length, &Units)) {
-    return PackShape::Unusable;
-  }
+  if (!WideTextLength(Export, Pack + sizeof(HII_VARIABLE_PACK_HEADER), Export.End, &Units)) return PackShape::Cut;
   return PackShape::Usable;
 }
 
@@ -42,6 +45,11 @@ UINT32 RecordedPackCount(const SetupFormDatabase &Db) {
   return Count < MAX_VARIABLE_PACKS ? Count : MAX_VARIABLE_PACKS;
 }
 
+void RecordPack(SetupFormDatabase &Db, UINT32 Index, UINT64 Pack) {
+  Db.VariablePacks[Index] = Db.ExportBuffer + Pack;
+  Db.CurrentVariableName = PackName(Db.VariablePacks[Index]);
+}
+
 }  // namespace
 
 bool CollectVariablePacks(SetupFormDatabase &Db, const UINT8 *Table) {
@@ -53,21 +61,22 @@ bool CollectVariablePacks(SetupFormDatabase &Db, const UINT8 *Table) {
   UINT32 Count = Le32(Table + offsetof(HII_DATA_TABLE, NumberOfVariableData));
   UINT64 Pack = TableStart + Le32(Table + offsetof(HII_DATA_TABLE, VariableDataOffset));
 
-  UINT32 Length = 0;
-  if (ShapeOf(Export, Pack, &Length) != PackShape::Usable) return false;
-  Db.VariablePacks[0] = Db.ExportBuffer + Pack;
-  Db.CurrentVariableName = PackName(Db.VariablePacks[0]);
+  // A first pack of another type (or beyond the export) leaves the table
+  // unparsed. A first variable pack whose name runs out of the export still
+  // lets the table be parsed, but cannot be recorded: its name cannot be read.
+  PackShape Shape = ShapeOf(Export, Pack);
+  if (Shape == PackShape::Unreadable || Shape == PackShape::Other) return false;
+  if (Shape == PackShape::Usable) RecordPack(Db, 0, Pack);
 
   // Beyond 32 packs the table exceeds what the driver records: the first 32
-  // are kept and the rest are not looked at.
+  // are kept and the rest are not looked at. A length of 0 keeps the walk on
+  // the same pack, which is then recorded again.
   UINT32 Last = Count < MAX_VARIABLE_PACKS ? Count : MAX_VARIABLE_PACKS;
   for (UINT32 Index = 1; Index < Last; ++Index) {
-    Pack += Length;
-    PackShape Shape = ShapeOf(Export, Pack, &Length);
-    if (Shape == PackShape::Outside) break;
-    if (Shape == PackShape::Unusable) continue;
-    Db.VariablePacks[Index] = Db.ExportBuffer + Pack;
-    Db.CurrentVariableName = PackName(Db.VariablePacks[Index]);
+    Pack += Le32(Export.At(Pack));
+    Shape = ShapeOf(Export, Pack);
+    if (Shape == PackShape::Unreadable) break;
+    if (Shape == PackShape::Usable) RecordPack(Db, Index, Pack);
   }
   return true;
 }

@@ -6,11 +6,12 @@
 #include "forms/setup_form_database.h"
 
 // Records the table's variable packs in VariablePacks (at most the first
-// 32; further packs are not looked at) and makes the last usable one the
-// current variable name. False when the first pack is not a usable variable
-// pack (wrong type, outside the export, or its name not NUL-terminated inside
-// it): the table is then passed over. Later unusable packs leave their entry
-// empty; one that does not fit in the export ends the walk.
+// 32; further packs are not looked at) and makes the last recorded one the
+// current variable name. Each pack's length is only the step to the next:
+// 0 stays on the same pack, and a length past the export ends the walk. A
+// pack of type 6 is recorded when its GUID, id and NUL-terminated name lie
+// inside the export. False when the first pack is of another type or its
+// header lies outside the export: the table is then passed over.
 [[nodiscard]] bool CollectVariablePacks(SetupFormDatabase &Db, const UINT8 *Table);
 
 // Makes the recorded pack with varstore id Id the current variable. Id 0

@@ -4,6 +4,7 @@
 
 #include "driver/image_state.h"
 #include "forms/framework_hii.h"
+#include "forms/option_cursor.h"
 #include "forms/setup_form_database.h"
 #include "runtime/crt.h"
 #include "tests/support/sim_fixture.h"
@@ -51,15 +52,23 @@ inline bool SameGuid(const EFI_GUID *A, const EFI_GUID &B) {
   return A != nullptr && std::memcmp(A, &B, sizeof(EFI_GUID)) == 0;
 }
 
+// A question's options as the cursor gives them.
+inline std::vector<OptionView> OptionsOf(const SetupQuestion *Q) {
+  std::vector<OptionView> Options;
+  OptionCursor Cursor(*Q);
+  for (OptionView O{}; Cursor.Next(O);) Options.push_back(O);
+  return Options;
+}
+
 inline std::vector<uint32_t> OptionValues(const SetupQuestion *Q) {
   std::vector<uint32_t> Values;
-  for (const SetupOption *O = Q->Options; O != nullptr; O = O->Next) Values.push_back(O->Value);
+  for (const OptionView &O : OptionsOf(Q)) Values.push_back(O.Value);
   return Values;
 }
 
 inline std::vector<std::u16string> OptionTexts(const SetupQuestion *Q) {
   std::vector<std::u16string> Texts;
-  for (const SetupOption *O = Q->Options; O != nullptr; O = O->Next) Texts.push_back(Str(O->Text, O->TextLength));
+  for (const OptionView &O : OptionsOf(Q)) Texts.push_back(Str(O.Text, O.TextLength));
   return Texts;
 }
 

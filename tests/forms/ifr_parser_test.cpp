@@ -28,7 +28,7 @@ TEST_F(IfrParserTest, FormsAndQuestionsBecomeRecordsInIfrOrder) {
   EXPECT_EQ(Prompts(), (Texts{u"Main", u"Mode", u"Switch", u"Count", u"Empty", u"Third", u"Box"}));
   auto All = Records();
   EXPECT_EQ(All[5]->FormId, 3);
-  EXPECT_EQ(All[5]->Options, nullptr);
+  EXPECT_FALSE(QuestionHasOptions(*All[5]));
   EXPECT_EQ(All[1]->Value, 2u);
   EXPECT_EQ(OptionTexts(All[1]), (Texts{u"Two", u"One", u"Zero"}));
   EXPECT_EQ(OptionValues(All[1]), (Values{2, 1, 0}));
@@ -38,8 +38,9 @@ TEST_F(IfrParserTest, FormsAndQuestionsBecomeRecordsInIfrOrder) {
   // Option texts are handed to clients that only address the low 4 GiB.
   size_t Checked = 0;
   for (const SetupQuestion *Q : Questions()) {
-    for (const SetupOption *O = Q->Options; O != nullptr; O = O->Next, ++Checked) {
-      EXPECT_LE(reinterpret_cast<uintptr_t>(O->Text) + 2 * (O->TextLength + 1), 0x100000000ull);
+    for (const OptionView &O : OptionsOf(Q)) {
+      EXPECT_LE(reinterpret_cast<uintptr_t>(O.Text) + 2 * (O.TextLength + 1), 0x100000000ull);
+      ++Checked;
     }
   }
   EXPECT_EQ(Checked, 3u + 2u + 41u + 2u);
@@ -96,7 +97,7 @@ TEST_F(IfrParserTest, OptionsOfQuestionsWithoutARecordAreDropped) {
   EXPECT_EQ(Prompts(), (Texts{u"Main", u"Mode", u"Box"}));
   EXPECT_EQ(OptionTexts(Records()[1]), (Texts{u"On", u"Off"}));
   EXPECT_EQ(OptionTexts(Records()[2]), (Texts{u"Enabled", u"Disabled"}));
-  EXPECT_EQ(Forms().PendingOptions, nullptr);
+  EXPECT_EQ(Forms().PendingOptions.Count(), 0u);
 }
 
 TEST_F(IfrParserTest, ZeroLengthOpcodeEndsItsPackAndZeroSizeTableEndsTheParse) {
@@ -111,15 +112,33 @@ TEST_F(IfrParserTest, ZeroLengthOpcodeEndsItsPackAndZeroSizeTableEndsTheParse) {
   EXPECT_EQ(Prompts(), (Texts{u"Main", u"Before", u"Second"}));
 }
 
-TEST_F(IfrParserTest, OpcodeRunningPastItsPackIsNotRead) {
-  ExportBuilder Export;
-  StartForms(Export).CheckBox(0, 1, u"Last");
-  Bytes Image = Export.Build();
-  const size_t Pack = 18 + hiibuild::GetU32(Image, 18 + 22);
-  hiibuild::PutU32(Image, Pack, hiibuild::GetU32(Image, Pack) - 1);  // the checkbox's last byte falls outside
-  PutSetup(Bytes(1, 0));
-  LoadBytes(Image);
-  EXPECT_EQ(Prompts(), (Texts{u"Main"}));
+// An opcode that starts inside its pack is read when its bytes lie inside
+// the export, wherever the pack's length says the pack ends.
+TEST_F(IfrParserTest, OpcodeRunningPastItsPackIsReadWhileInsideTheExport) {
+  struct Case {
+    const char *Name;
+    hiibuild::PackOrder Layout;
+    size_t CutFromTheEnd;
+    Texts Expected;
+  };
+  const Case Cases[] = {
+      {"string packs follow the pack", hiibuild::PackOrder::VariablesIfrStrings, 0, {u"Main", u"Last"}},
+      {"the opcode's last byte is past the export", hiibuild::PackOrder::VariablesStringsIfr, 1, {u"Main"}},
+  };
+  for (const Case &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    ExportBuilder Export;
+    DataTableBuilder &Table = Export.AddTable(kFormSetGuid);
+    // The pack's length leaves out the checkbox's last byte.
+    Table.Layout(C.Layout).IfrPackLength(hiibuild::LengthField::Plus(-1));
+    Table.Ifr().FormSet(kFormSetGuid, u"Setup").Form(1, u"Main").CheckBox(0, 1, u"Last");
+    Bytes Image = Export.Build();
+    Image.resize(Image.size() - C.CutFromTheEnd);
+    PutSetup(Bytes(1, 0));
+    LoadBytes(Image);
+    EXPECT_EQ(Prompts(), C.Expected);
+    EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
+  }
 }
 
 }  // namespace

@@ -55,8 +55,8 @@ void ExpectRecordsInsideTheExport(SetupFormDatabase &Db) {
     const auto *Guid = reinterpret_cast<const uint8_t *>(Q->VariableGuid);
     EXPECT_TRUE(Guid == nullptr || (Guid >= Begin && Guid + sizeof(EFI_GUID) <= End));
     if (Q->OpCode != IFR_ONE_OF_OP) continue;
-    for (const SetupOption *O = Q->Options; O != nullptr; O = O->Next) {
-      EXPECT_TRUE(O->Text == nullptr || WideTextInside(Begin, End, O->Text, O->TextLength));
+    for (const OptionView &O : OptionsOf(Q)) {
+      EXPECT_TRUE(O.Text == nullptr || WideTextInside(Begin, End, O.Text, O.TextLength));
     }
   }
 }
@@ -102,36 +102,76 @@ TEST_F(MalformedVariablesTest, EveryTruncationAndEveryCorruptedByte) {
   EXPECT_EQ(LoadAndCheck(Full), 6u);  // the untouched export parses whole
 }
 
-TEST_F(MalformedVariablesTest, LengthsThatPointPastTheBuffer) {
+// Each record as "prompt" for a form, "prompt@variable/G" for a question,
+// where G tells the variable's GUID: F the form set's, O the other, - none.
+std::vector<std::string> Described(const SetupFormDatabase &Db) {
+  std::vector<std::string> Out;
+  for (const SetupQuestion *Q = Db.Questions; Q != nullptr; Q = Q->Next) {
+    std::u16string Prompt = Str(Q->PromptText, Q->PromptLength);
+    std::string Line(Prompt.begin(), Prompt.end());
+    if (Q->OpCode != IFR_FORM_OP) {
+      std::u16string Name = NameOf(Q->VariableName);
+      const char *Guid = SameGuid(Q->VariableGuid, kFormSetGuid) ? "F" : SameGuid(Q->VariableGuid, kOtherGuid) ? "O" : "-";
+      Line += "@" + std::string(Name.begin(), Name.end()) + "/" + Guid;
+    }
+    Out.push_back(Line);
+  }
+  return Out;
+}
+
+// Length and size fields that disagree with the bytes: within the export,
+// everything the walk reaches is read; nothing outside it is.
+TEST_F(MalformedVariablesTest, LengthsThatDisagreeWithTheBuffer) {
   const Bytes Full = RichExport();
   const size_t Table = 18;
   const size_t VariablePacks = Table + hiibuild::GetU32(Full, Table + 30);
   const size_t Ifr = Table + hiibuild::GetU32(Full, Table + 22);
   const size_t Strings = Table + hiibuild::GetU32(Full, Table + 26);
+  using Lines = std::vector<std::string>;
+  // The untouched export, and its second table's records.
+  const Lines Whole = {"Main", "Mode@Setup/F", "Count@Other/O", "Box@Setup/F", "<none>", "<none>@Setup/O"};
+  const Lines FirstTable(Whole.begin(), Whole.begin() + 4);
+  const Lines SecondTable(Whole.begin() + 4, Whole.end());
   struct Case {
     const char *Name;
     size_t At;
     uint32_t Value;
-    size_t ExpectedRecords;
+    Lines Expected;
   };
   const Case Cases[] = {
-      {"table size huge", Table + 18, 0xFFFFFFF0u, 0},
-      {"table size below its header", Table + 18, 20, 0},
-      {"IFR offset huge", Table + 22, 0xFFFFFFF0u, 2},
-      {"IFR pack length huge", Ifr, 0xFFFFFFFFu, 2},
-      {"IFR pack length 0", Ifr, 0, 2},
-      {"first string pack length huge", Strings, 0xFFFFFFFFu, 6},
-      {"first string pack length 0", Strings, 0, 6},
-      {"string pack count huge", Table + 42, 0xFFFFFFFFu, 6},
-      {"first variable pack length 0", VariablePacks, 0, 2},
-      {"second variable pack length huge", VariablePacks + hiibuild::GetU32(Full, VariablePacks), 0xFFFFFFFFu, 6},
-      {"variable pack count huge", Table + 38, 0xFFFFFFFFu, 6},
+      {"table size past the export", Table + 18, 0xFFFFFFF0u, FirstTable},
+      {"table size below its header", Table + 18, 20, {}},
+      {"IFR offset past the export", Table + 22, 0xFFFFFFF0u, SecondTable},
+      // Read on into the string packs, whose first bytes end the walk.
+      {"IFR pack length past the export", Ifr, 0xFFFFFFFFu, Whole},
+      {"IFR pack length 0", Ifr, 0, SecondTable},
+      // The walk steps past the export before it reaches "eng".
+      {"first string pack length past the export", Strings, 0xFFFFFFFFu,
+       {"<none>", "<none>@Setup/F", "<none>@Other/O", "<none>@Setup/F", "<none>", "<none>@Setup/O"}},
+      // The walk stays on "fra" and never reaches "eng".
+      {"first string pack length 0", Strings, 0,
+       {"<none>", "<none>@Setup/F", "<none>@Other/O", "<none>@Setup/F", "<none>", "<none>@Setup/O"}},
+      {"string pack count huge", Table + 42, 0xFFFFFFFFu, Whole},
+      // The walk stays on the first pack, "Setup" with id 1: no pack has id 2.
+      {"first variable pack length 0", VariablePacks, 0,
+       {"Main", "Mode@Setup/F", "Count@Setup/F", "Box@Setup/F", "<none>", "<none>@Setup/O"}},
+      {"second variable pack length past the export", VariablePacks + hiibuild::GetU32(Full, VariablePacks),
+       0xFFFFFFFFu, Whole},
+      {"variable pack count huge", Table + 38, 0xFFFFFFFFu, Whole},
   };
   for (const Case &C : Cases) {
     SCOPED_TRACE(C.Name);
     Bytes Image = Full;
     hiibuild::PutU32(Image, C.At, C.Value);
-    EXPECT_EQ(LoadAndCheck(Image), C.ExpectedRecords);
+    InstallBytes(Image);
+    ASSERT_EQ(Forms().RetrieveForms(), EFI_SUCCESS);
+    {
+      ExportGuard Guard(Forms());
+      EXPECT_EQ(Forms().ParseForms(), EFI_SUCCESS);
+      ExpectRecordsInsideTheExport(Forms());
+      EXPECT_EQ(Described(Forms()), C.Expected);
+    }
+    EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
   }
 }
 

@@ -40,37 +40,45 @@ TEST_F(StringLookupTest, EachTableFindsItsOwnEnglishPackAmongOtherLanguages) {
   EXPECT_EQ(All[5]->FormId, 3);
   EXPECT_EQ(All[6]->Value, 1u);
   EXPECT_EQ(OptionValues(All[6]), (std::vector<uint32_t>{1, 0}));
-  for (const SetupOption *O = All[6]->Options; O != nullptr; O = O->Next) {
-    EXPECT_EQ(O->Text, nullptr);
-    EXPECT_EQ(O->TextLength, 0u);
+  for (const OptionView &O : OptionsOf(All[6])) {
+    EXPECT_EQ(O.Text, nullptr);
+    EXPECT_EQ(O.TextLength, 0u);
   }
 }
 
-TEST_F(StringLookupTest, StringPointersOutsideThePackGiveNoText) {
+// A text is found when its pointer lies inside the pack and the text starts
+// there, as far as the pack lies inside the export, and its NUL lies inside
+// the export.
+TEST_F(StringLookupTest, PointersAndTextsAgainstThePackAndTheExport) {
   ExportBuilder Export;
   StartForms(Export).EndForm().EndFormSet();
   const Bytes Good = Export.Build();
-  // The first string pack of the only table, and the title's pointer in it.
+  // The only string pack, last in the export, and the title's pointer in it.
   const size_t Pack = 18 + hiibuild::GetU32(Good, 18 + 26);
   const uint32_t PackLength = hiibuild::GetU32(Good, Pack);
   const size_t TitlePointer = Pack + 22 + 4 * hiibuild::GetU16(Good, 18 + 46 + 6 + 36 + 4);
+  const uint32_t Title = hiibuild::GetU32(Good, TitlePointer);
+  ASSERT_EQ(Pack + PackLength, Good.size());
   struct Case {
     const char *Name;
-    uint32_t PointerValue;
+    size_t At;
+    uint32_t Value;
+    std::u16string Expected;
   };
   const Case Cases[] = {
-      {"at the pack's end", PackLength},
-      {"one unit before the end, unterminated", PackLength - 1},
-      {"far beyond", 0xFFFFFFF0u},
+      {"pointer at the pack's end", TitlePointer, PackLength, u"<none>"},
+      {"text in the pack's last byte, its NUL past the export", TitlePointer, PackLength - 1, u"<none>"},
+      {"pointer far beyond", TitlePointer, 0xFFFFFFF0u, u"<none>"},
+      {"pack length ending inside the pointers", Pack, static_cast<uint32_t>(TitlePointer - Pack + 2), u"<none>"},
+      {"pack length ending inside the text", Pack, Title + 2, u"Main"},
+      {"pack length past the export", Pack, PackLength + 100, u"Main"},
   };
   for (const Case &C : Cases) {
     SCOPED_TRACE(C.Name);
     Bytes Image = Good;
-    hiibuild::PutU32(Image, TitlePointer, C.PointerValue);
+    hiibuild::PutU32(Image, C.At, C.Value);
     LoadBytes(Image);
-    ASSERT_EQ(Records().size(), 1u);
-    EXPECT_EQ(Records()[0]->PromptText, nullptr);
-    EXPECT_EQ(Records()[0]->PromptLength, 0);
+    EXPECT_EQ(Prompts(), (std::vector<std::u16string>{C.Expected}));
     EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
   }
 }

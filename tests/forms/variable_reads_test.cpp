@@ -79,5 +79,20 @@ TEST_F(VariableReadsTest, NoFormSetGuidMeansNoReadsAtAll) {
   EXPECT_EQ(Kept[0]->Flags, SETUP_QUESTION_SUPPRESSED);  // zeros equal 0
 }
 
+// "Setup" of each table is the same name (the database's own) under each
+// table's form set GUID: two variables, read once each.
+TEST_F(VariableReadsTest, TheSameNameUnderAnotherGuidIsAnotherVariable) {
+  ExportBuilder Export;
+  StartForms(Export).CheckBox(0, 1, u"First").EndForm().EndFormSet();
+  Export.AddTable(kOtherGuid).Ifr().FormSet(kOtherGuid, u"Other").Form(2, u"Second").CheckBox(0, 1, u"Other")
+      .CheckBox(0, 1, u"Again").EndForm().EndFormSet();
+  PutSetup(Bytes{1});
+  PutVariable(u"Setup", kOtherGuid, Bytes{2});
+  Install(Export);
+  ParseCounting();
+  EXPECT_EQ(Fw().Calls(sim::Service::GetVariable), 2u);
+  EXPECT_EQ(Map([](const SetupQuestion *Q) { return Q->Value; }, true), (std::vector<uint32_t>{1, 2, 2}));
+}
+
 }  // namespace
 }  // namespace forms_test

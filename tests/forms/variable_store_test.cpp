@@ -108,10 +108,43 @@ TEST_F(VariableStoreTest, MoreThan32PacksRecordsOnlyTheFirst32) {
   EXPECT_EQ(Kept[2]->Value, 3u);
 }
 
-TEST_F(VariableStoreTest, UnusablePacksAreSkippedOrStopTheTable) {
-  // A type-6 pack whose name has no NUL inside the pack, and a pack of
-  // another type: neither is recorded, and the last usable pack names the
-  // variable.
+// A variable pack's length is only the step to the next pack: a wrong one
+// costs the packs it steps over, never the pack itself or the table.
+TEST_F(VariableStoreTest, PackLengthsAreOnlyTheStepToTheNextPack) {
+  using hiibuild::LengthField;
+  using Names = std::vector<std::u16string>;
+  struct Case {
+    const char *Name;
+    LengthField One, Two;
+    Names Expected;  // the default store, then after selecting ids 1, 2 and 3
+  };
+  const Case Cases[] = {
+      {"right lengths", {}, {}, {u"Three", u"One", u"Two", u"Three"}},
+      {"first length 0: the walk stays on it", LengthField::Exactly(0), {}, {u"One", u"One", u"One", u"One"}},
+      {"first length below its header", LengthField::Exactly(3), {}, {u"One", u"One", u"One", u"One"}},
+      {"second length 0", {}, LengthField::Exactly(0), {u"Two", u"One", u"Two", u"Two"}},
+      {"second length below its header", {}, LengthField::Exactly(7), {u"Two", u"One", u"Two", u"Two"}},
+      {"second length past the export", {}, LengthField::Exactly(0xFFFFFF00u), {u"Two", u"One", u"Two", u"Two"}},
+  };
+  for (const Case &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    ExportBuilder Export;
+    DataTableBuilder &Table = Export.AddTable(kFormSetGuid);
+    Table.VariablePack(kOtherGuid, 1, u"One", C.One).VariablePack(kFormSetGuid, 2, u"Two", C.Two);
+    Table.VariablePack(kFormSetGuid, 3, u"Three");
+    IfrBuilder &Ifr = Table.Ifr().FormSet(kFormSetGuid, u"Setup").Form(1, u"Main").CheckBox(0, 1, u"Default");
+    for (uint16_t Id = 1; Id <= 3; ++Id) Ifr.VarStoreSelect(Id).CheckBox(0, 1, u"Selected");
+    LoadBytes(Export.Build());
+    EXPECT_EQ(Map([](const SetupQuestion *Q) { return NameOf(Q->VariableName); }, true), C.Expected);
+    EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
+  }
+}
+
+TEST_F(VariableStoreTest, PacksOfOtherTypesAreSkippedOrStopTheTable) {
+  // A type-6 pack whose name has no NUL inside the pack still counts: its
+  // name runs on into the next pack's length (0x0020, then 0x0000), as the
+  // firmware's own reader would take it. A pack of another type is not
+  // recorded, and the walk goes on past it.
   hiibuild::ByteWriter Unterminated;
   Unterminated.U32(28 + 4).U16(6).Guid(kFormSetGuid).U32(4).U16(3).U16(u'X').U16(u'Y');
   hiibuild::ByteWriter OtherType;
@@ -119,17 +152,46 @@ TEST_F(VariableStoreTest, UnusablePacksAreSkippedOrStopTheTable) {
   ExportBuilder Export;
   DataTableBuilder &Table = Export.AddTable(kFormSetGuid);
   Table.VariablePack(kFormSetGuid, 1, u"Good").RawVariablePack(Unterminated.Data()).RawVariablePack(OtherType.Data());
-  Table.Ifr().FormSet(kFormSetGuid, u"Setup").Form(1, u"Main").VarStoreSelect(3).CheckBox(0, 1, u"Q").EndForm();
+  Table.VariablePack(kFormSetGuid, 5, u"Last");
+  IfrBuilder &Ifr = Table.Ifr().FormSet(kFormSetGuid, u"Setup").Form(1, u"Main").CheckBox(0, 1, u"Default");
+  Ifr.VarStoreSelect(3).CheckBox(0, 1, u"Pack 3").VarStoreSelect(4).CheckBox(0, 1, u"No pack 4");
+  Ifr.VarStoreSelect(1).CheckBox(0, 1, u"Pack 1").EndForm();
   // A table whose first pack is not a variable pack is passed over whole.
   DataTableBuilder &Skipped = Export.AddTable(kOtherGuid);
   Skipped.RawVariablePack(OtherType.Data()).VariablePack(kOtherGuid, 1, u"Good");
   Skipped.Ifr().FormSet(kOtherGuid, u"Other").Form(2, u"Skipped").CheckBox(0, 1, u"Never").EndForm();
   PutVariable(u"Good", kFormSetGuid, Bytes{9});
+  PutVariable(u"XY ", kFormSetGuid, Bytes{7});
+  PutVariable(u"Last", kFormSetGuid, Bytes{5});
   Load(Export);
-  auto All = Records();
-  ASSERT_EQ(All.size(), 2u);
-  EXPECT_EQ(NameOf(All[1]->VariableName), u"Good");
-  EXPECT_EQ(All[1]->Value, 9u);
+  EXPECT_EQ(Prompts(), (std::vector<std::u16string>{u"Main", u"Default", u"Pack 3", u"No pack 4", u"Pack 1"}));
+  EXPECT_EQ(Map([](const SetupQuestion *Q) { return NameOf(Q->VariableName); }, true),
+            (std::vector<std::u16string>{u"Last", u"XY ", u"XY ", u"Good"}));
+  EXPECT_EQ(Map([](const SetupQuestion *Q) { return Q->Value; }, true), (std::vector<uint32_t>{5, 7, 7, 9}));
+}
+
+// A first variable pack cut by the end of the export: its type says the
+// table can be parsed, but its name cannot be read, so it is not recorded
+// and the table's questions keep "Setup".
+TEST_F(VariableStoreTest, FirstPackCutByTheEndOfTheExportIsNotRecorded) {
+  ExportBuilder Export;
+  DataTableBuilder &Table = Export.AddTable(kFormSetGuid);
+  Table.VariablePack(kFormSetGuid, 1, u"Never");
+  Table.Ifr().FormSet(kFormSetGuid, u"Setup").Form(1, u"Main").CheckBox(0, 1, u"Q").VarStoreSelect(1)
+      .CheckBox(1, 1, u"After select").EndForm();
+  Bytes Image = Export.Build();
+  // A copy of the pack, without its name's NUL, ends the export, and the
+  // table's variable-pack offset points at it.
+  const size_t Pack = 18 + hiibuild::GetU32(Image, 18 + 30);
+  const size_t PackLength = hiibuild::GetU32(Image, Pack);
+  Image.insert(Image.end(), Image.begin() + Pack, Image.begin() + Pack + PackLength - 2);
+  hiibuild::PutU32(Image, 18 + 30, static_cast<uint32_t>(Image.size() - PackLength + 2 - 18));
+  PutSetup(Bytes{4, 5});
+  LoadBytes(Image);
+  EXPECT_EQ(Prompts(), (std::vector<std::u16string>{u"Main", u"Q", u"After select"}));
+  EXPECT_EQ(Map([](const SetupQuestion *Q) { return NameOf(Q->VariableName); }, true),
+            (std::vector<std::u16string>{u"Setup", u"Setup"}));
+  EXPECT_EQ(Map([](const SetupQuestion *Q) { return Q->Value; }, true), (std::vector<uint32_t>{4, 5}));
 }
 
 }  // namespace

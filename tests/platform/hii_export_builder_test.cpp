@@ -225,6 +225,55 @@ TEST(IfrEncoding, OneOfWithOptionsFlagsOnlyTheDefaultAndLengthsAreBounded) {
   EXPECT_THROW(Ifr.VarStore(kVariable, 1, 1, std::string(240, 'x')), std::length_error);
 }
 
+// Length fields written on purpose to disagree with their bytes, and the
+// pack order that puts the IFR last: every other byte stays as it was.
+TEST(DataTable, LengthOverridesChangeOnlyTheirFields) {
+  auto Build = [](const std::function<void(DataTableBuilder &)> &Skew) {
+    DataTableBuilder Table(kPackage, {"fra", "eng"});
+    Table.VariablePack(kVariable, 1, u"One");
+    Table.Ifr().Form(1, u"Main").CheckBox(0, 1, u"Box").EndForm();
+    Skew(Table);
+    return Table.Build();
+  };
+  const Bytes Plain = Build([](DataTableBuilder &) {});
+  const size_t Variable = GetU32(Plain, TABLE_VARIABLE_OFFSET);
+  const size_t Ifr = GetU32(Plain, TABLE_IFR_OFFSET);
+  const size_t English = StringPackOf(Plain, "eng");
+  struct Case {
+    const char *Name;
+    std::function<void(DataTableBuilder &)> Skew;
+    size_t Field;
+    uint32_t Expected;
+  };
+  const Case Cases[] = {
+      {"table size +2", [](DataTableBuilder &T) { T.TableSize(LengthField::Plus(2)); }, TABLE_SIZE,
+       static_cast<uint32_t>(Plain.size() + 2)},
+      {"IFR pack -1", [](DataTableBuilder &T) { T.IfrPackLength(LengthField::Plus(-1)); }, Ifr,
+       GetU32(Plain, Ifr) - 1},
+      {"eng pack exactly 0", [](DataTableBuilder &T) { T.StringPackLength("eng", LengthField::Exactly(0)); }, English,
+       0},
+  };
+  for (const Case &C : Cases) {
+    SCOPED_TRACE(C.Name);
+    Bytes Skewed = Build(C.Skew);
+    ASSERT_EQ(Skewed.size(), Plain.size());
+    EXPECT_EQ(GetU32(Skewed, C.Field), C.Expected);
+    PutU32(Skewed, C.Field, GetU32(Plain, C.Field));
+    EXPECT_EQ(Skewed, Plain);
+  }
+  DataTableBuilder Zero(kPackage);
+  Zero.VariablePack(kVariable, 1, u"One", LengthField::Exactly(0));
+  EXPECT_EQ(GetU32(Zero.Build(), Variable), 0u);
+  EXPECT_THROW(Build([](DataTableBuilder &T) { T.IfrPackLength(LengthField::Plus(-100)); }), std::out_of_range);
+
+  // IFR last: the strings move up, the IFR pack ends the table.
+  const Bytes Last = Build([](DataTableBuilder &T) { T.Layout(PackOrder::VariablesStringsIfr); });
+  const size_t IfrLast = GetU32(Last, TABLE_IFR_OFFSET);
+  EXPECT_EQ(IfrLast + GetU32(Last, IfrLast), Last.size());
+  EXPECT_EQ(GetU32(Last, TABLE_STRING_OFFSET), Variable + GetU32(Plain, Variable));
+  EXPECT_EQ(IfrOf(Last), IfrOf(Plain));
+}
+
 TEST(VariableImageTest, ValuesLittleEndianAndBoundsChecked) {
   VariableImage Image(8);
   Image.Set(0, 1, 0xAB).Set(1, 2, 0x1234).Set(4, 4, 0xCAFEF00D);

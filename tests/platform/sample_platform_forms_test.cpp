@@ -4,6 +4,7 @@
 // their forms once their variable changes and the forms are reloaded.
 #include "driver/image_state.h"
 #include "driver/settings_engine.h"
+#include "forms/option_cursor.h"
 #include "platform/sample_platform.h"
 #include "tests/support/driver_harness.h"
 #include "tools/hiibuild/hii_export_builder.h"
@@ -26,6 +27,13 @@ std::u16string PromptOf(const SetupQuestion *Q) {
 }
 
 std::string Ascii(const std::u16string &Text) { return std::string(Text.begin(), Text.end()); }
+
+std::vector<OptionView> OptionsOf(const SetupQuestion &Q) {
+  std::vector<OptionView> Options;
+  OptionCursor Cursor(Q);
+  for (OptionView O{}; Cursor.Next(O);) Options.push_back(O);
+  return Options;
+}
 
 class SamplePlatformForms : public DriverTest {
  protected:
@@ -103,7 +111,7 @@ TEST_F(SamplePlatformForms, EveryQuestionMatchesThePlatformDefinition) {
     EXPECT_TRUE(hiibuild::GuidsEqual(hiibuild::ReadGuid(Q->VariableGuid), E.VariableGuid));
     EXPECT_EQ(Q->VariableAttributes, platform::SAMPLE_VARIABLE_ATTRIBUTES);
     std::vector<uint32_t> Values;
-    for (const SetupOption *O = Q->Options; O != nullptr; O = O->Next) Values.push_back(O->Value);
+    for (const OptionView &O : OptionsOf(*Q)) Values.push_back(O.Value);
     if (E.OpCode == IFR_ONE_OF_OP) {  // options come out in reverse IFR order
       EXPECT_EQ(Values, std::vector<uint32_t>(E.OptionValues.rbegin(), E.OptionValues.rend()));
     } else if (E.OpCode == IFR_CHECKBOX_OP) {
@@ -112,17 +120,16 @@ TEST_F(SamplePlatformForms, EveryQuestionMatchesThePlatformDefinition) {
   }
   // Option texts and numeric ranges come from the forms.
   const SetupQuestion *Address = Find(Questions, u"Address", 24);
-  ASSERT_TRUE(Address != nullptr && Address->Options != nullptr);
-  EXPECT_EQ(hiibuild::ReadWide(Address->Options->Text, Address->Options->TextLength), u"2E8h");
+  ASSERT_NE(Address, nullptr);
+  ASSERT_FALSE(OptionsOf(*Address).empty());
+  EXPECT_EQ(hiibuild::ReadWide(OptionsOf(*Address)[0].Text, OptionsOf(*Address)[0].TextLength), u"2E8h");
   const SetupQuestion *Latency = Find(Questions, u"PCI Latency Timer", 25);  // 32..248 step 8
-  ASSERT_TRUE(Latency != nullptr && Latency->Options != nullptr);
-  size_t Count = 0;
-  for (const SetupOption *O = Latency->Options; O != nullptr; O = O->Next) ++Count;
-  EXPECT_EQ(Count, 28u);
-  EXPECT_EQ(Latency->Options->Value, 248u);
+  ASSERT_NE(Latency, nullptr);
+  ASSERT_EQ(OptionsOf(*Latency).size(), 28u);
+  EXPECT_EQ(OptionsOf(*Latency)[0].Value, 248u);
   const SetupQuestion *Threshold = Find(Questions, u"Correctable Error Threshold", 221);  // step 0
   ASSERT_NE(Threshold, nullptr);
-  EXPECT_EQ(Threshold->Options, nullptr);
+  EXPECT_FALSE(QuestionHasOptions(*Threshold));
   Find(Questions, u"Boot Mode", 6);  // its form set lists French first; prompts are still English
 }
 

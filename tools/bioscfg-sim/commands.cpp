@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <utility>
 
 namespace bioscfgsim {
 
@@ -18,18 +19,44 @@ static int Fail(const std::string &Why) {
 }
 
 bool LoadPlatform(const Options &Opts, PlatformInput &Out, std::string &Error) {
-  Out = SamplePlatformInput();
-  if (!Opts.ExportPath.empty()) {
+  // The sample is built only for the part no file replaces.
+  if (Opts.ExportPath.empty()) {
+    Out.Export = platform::Sample().Export;
+    Out.HiiProtocolGuid = platform::Sample().HiiProtocolGuid;
+  } else {
     if (!ReadFileBytes(Opts.ExportPath, Out.Export, Error)) return false;
     Out.HiiProtocolGuid = HiiProtocolOf(Out.Export);
   }
-  if (!Opts.VariablesPath.empty()) {
-    std::vector<uint8_t> Text;
-    if (!ReadFileBytes(Opts.VariablesPath, Text, Error)) return false;
-    if (!ParseVariableStore(std::string(Text.begin(), Text.end()), Out.Variables, Error)) {
-      Error = Opts.VariablesPath + ": " + Error;
-      return false;
-    }
+  if (Opts.VariablesPath.empty()) {
+    Out.Variables = platform::Sample().Variables;
+    return true;
+  }
+  std::vector<uint8_t> Text;
+  if (!ReadFileBytes(Opts.VariablesPath, Text, Error)) return false;
+  if (!ParseVariableStore(std::string(Text.begin(), Text.end()), Out.Variables, Error)) {
+    Error = Opts.VariablesPath + ": " + Error;
+    return false;
+  }
+  return true;
+}
+
+bool ListQuestions(PlatformInput Platform, const std::string &MessagesPath, std::FILE *Out, std::string &Error) {
+  SimulatedMachine Machine;
+  if (!Machine.Start(std::move(Platform), MessagesPath, Error)) return false;
+  if (!Machine.OpenSession(Error)) return false;
+  if (gImage.Engine == nullptr) {
+    Error = "the session has no settings engine";
+    return false;
+  }
+  EFI_STATUS Status = gImage.Engine->EnsureFormsLoaded();
+  if (Status != EFI_SUCCESS) {
+    Error = "loading the forms failed: " + StatusText(Status);
+    return false;
+  }
+  WriteQuestionList(Out, gImage.Engine->Forms.Questions);
+  if (std::fflush(Out) != 0) {
+    Error = "writing the list failed";
+    return false;
   }
   return true;
 }
@@ -37,16 +64,13 @@ bool LoadPlatform(const Options &Opts, PlatformInput &Out, std::string &Error) {
 // Runs the driver on the platform and prints the question list it builds.
 static int RunList(const Options &Opts, const std::vector<std::string> &Args) {
   if (!Args.empty()) return Fail("list takes no arguments");
+  // Fully buffered: a large platform's list runs to tens of megabytes.
+  static char Buffer[1 << 16];
+  std::setvbuf(stdout, Buffer, _IOFBF, sizeof Buffer);
   PlatformInput Platform;
   std::string Error;
   if (!LoadPlatform(Opts, Platform, Error)) return Fail(Error);
-  SimulatedMachine Machine;
-  if (!Machine.Start(Platform, Opts.MessagesPath, Error)) return Fail(Error);
-  if (!Machine.OpenSession(Error)) return Fail(Error);
-  if (gImage.Engine == nullptr) return Fail("the session has no settings engine");
-  EFI_STATUS Status = gImage.Engine->EnsureFormsLoaded();
-  if (Status != EFI_SUCCESS) return Fail("loading the forms failed: " + StatusText(Status));
-  std::fputs(FormatQuestionList(gImage.Engine->Forms.Questions).c_str(), stdout);
+  if (!ListQuestions(std::move(Platform), Opts.MessagesPath, stdout, Error)) return Fail(Error);
   return 0;
 }
 

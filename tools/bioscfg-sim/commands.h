@@ -4,6 +4,7 @@
 
 #include "tools/bioscfg-sim/platform_files.h"
 
+#include <cstdio>
 #include <functional>
 #include <string>
 #include <vector>
@@ -56,5 +57,12 @@ void PrintUsage(std::FILE *Out);
 
 // The platform the options name: files when given, the sample otherwise.
 [[nodiscard]] bool LoadPlatform(const Options &Opts, PlatformInput &Out, std::string &Error);
+
+// The list command: starts the driver on Platform in a simulated machine,
+// loads the forms through a session and writes the question list to Out.
+// False with a reason in Error when the machine, the session or the load
+// fails.
+[[nodiscard]] bool ListQuestions(PlatformInput Platform, const std::string &MessagesPath, std::FILE *Out,
+                                 std::string &Error);
 
 }  // namespace bioscfgsim

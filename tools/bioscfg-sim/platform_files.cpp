@@ -21,13 +21,21 @@ EFI_GUID HiiProtocolOf(const std::vector<uint8_t> &Export) {
 }
 
 bool ReadFileBytes(const std::string &Path, std::vector<uint8_t> &Out, std::string &Error) {
-  std::ifstream In(Path, std::ios::binary);
+  // In one read: an export runs to megabytes.
+  std::ifstream In(Path, std::ios::binary | std::ios::ate);
   if (!In) {
     Error = Path + ": cannot open";
     return false;
   }
-  Out.assign(std::istreambuf_iterator<char>(In), std::istreambuf_iterator<char>());
-  if (In.bad()) {
+  const std::streamoff Size = In.tellg();
+  In.seekg(0);
+  if (Size < 0 || !In) {
+    Error = Path + ": read error";
+    return false;
+  }
+  Out.resize(static_cast<size_t>(Size));
+  In.read(reinterpret_cast<char *>(Out.data()), Size);
+  if (In.gcount() != Size) {
     Error = Path + ": read error";
     return false;
   }

@@ -12,11 +12,12 @@
 
 #include "forms/setup_question.h"
 
-#include <string>
+#include <cstdio>
 
 namespace bioscfgsim {
 
-std::string FormatQuestionList(const SetupQuestion *Head);
-std::string FormatQuestion(const SetupQuestion &Record, uint16_t FormId);
+// Writes the list to Out through a buffer of bounded size, so that the
+// whole list is never held however many records and options there are.
+void WriteQuestionList(std::FILE *Out, const SetupQuestion *Head);
 
 }  // namespace bioscfgsim

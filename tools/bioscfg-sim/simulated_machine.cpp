@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -29,7 +30,7 @@ SimulatedMachine::~SimulatedMachine() {
   Fw.reset();
 }
 
-bool SimulatedMachine::Start(const PlatformInput &Platform, const std::string &MessagesPath,
+bool SimulatedMachine::Start(PlatformInput Platform, const std::string &MessagesPath,
                              std::string &Error) {
   Folder = std::make_unique<sim::TempFolder>("bioscfg-sim");
   if (Folder->Path().empty()) {
@@ -44,7 +45,7 @@ bool SimulatedMachine::Start(const PlatformInput &Platform, const std::string &M
   Fw = std::make_unique<sim::Firmware>();
   Fw->MountVolume(Volume);
   Fw->SetShellVariable(u"TORVEL_PATH", u"fs0:\\tools");
-  Fw->InstallHii(Platform.Export, Platform.HiiProtocolGuid);
+  Fw->InstallHii(std::move(Platform.Export), Platform.HiiProtocolGuid);
   for (const auto &V : Platform.Variables) Fw->PutVariable(V.Name, V.Guid, V.Attributes, V.Data);
   StartVariables = Platform.Variables;
   Fw->RegisterImage(sim::ToolImage());

@@ -24,7 +24,8 @@ class SimulatedMachine {
   SimulatedMachine &operator=(const SimulatedMachine &) = delete;
 
   // MessagesPath is the catalog's text source. False with a reason in Error.
-  [[nodiscard]] bool Start(const PlatformInput &Platform, const std::string &MessagesPath, std::string &Error);
+  // The platform's export moves into the firmware (it may be megabytes).
+  [[nodiscard]] bool Start(PlatformInput Platform, const std::string &MessagesPath, std::string &Error);
   // Opens a session through the protocol; false with a reason in Error.
   [[nodiscard]] bool OpenSession(std::string &Error);
 

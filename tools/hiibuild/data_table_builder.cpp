@@ -12,12 +12,28 @@ DataTableBuilder::DataTableBuilder(const EFI_GUID &PackageGuid, std::vector<std:
     : PackageGuid(PackageGuid), HiiHandle(HiiHandle), StringPacks(std::move(Languages)),
       IfrCode(StringPacks) {}
 
+uint32_t LengthField::Apply(uint64_t TrueLength) const {
+  const int64_t Value = Fixed ? Amount : static_cast<int64_t>(TrueLength) + Amount;
+  if (Value < 0 || Value > 0xFFFFFFFFll) throw std::out_of_range("length field outside 32 bits");
+  return static_cast<uint32_t>(Value);
+}
+
 DataTableBuilder &DataTableBuilder::VariablePack(const EFI_GUID &Guid, uint16_t VarStoreId,
-                                                 const std::u16string &Name) {
+                                                 const std::u16string &Name, LengthField Length) {
   const uint32_t NameBytes = static_cast<uint32_t>(2 * (Name.size() + 1));
   ByteWriter Pack;
-  Pack.U32(VARIABLE_NAME + NameBytes).U16(HII_PACK_VARIABLE).Guid(Guid).U32(NameBytes).U16(VarStoreId).WideZ(Name);
+  Pack.U32(Length.Apply(VARIABLE_NAME + NameBytes))
+      .U16(HII_PACK_VARIABLE)
+      .Guid(Guid)
+      .U32(NameBytes)
+      .U16(VarStoreId)
+      .WideZ(Name);
   VariablePacks.push_back(Pack.Take());
+  return *this;
+}
+
+DataTableBuilder &DataTableBuilder::StringPackLength(const std::string &Language, LengthField Length) {
+  StringLengths[Language] = Length;
   return *this;
 }
 
@@ -27,38 +43,52 @@ DataTableBuilder &DataTableBuilder::RawVariablePack(const Bytes &Pack) {
 }
 
 Bytes DataTableBuilder::Build() const {
-  // Body order: variable packs, IFR pack, string packs; every offset in the
-  // header is from the table's start.
+  // Every offset in the header is from the table's start. The IFR is
+  // complete by now, so every token it uses has its string.
   ByteWriter Body;
+  auto Here = [&Body] { return DATA_TABLE_HEADER_SIZE + static_cast<uint32_t>(Body.Size()); };
   uint32_t VariableOffset = 0;
-  if (!VariablePacks.empty()) VariableOffset = DATA_TABLE_HEADER_SIZE;
+  if (!VariablePacks.empty()) VariableOffset = Here();
   for (const Bytes &Pack : VariablePacks) Body.Append(Pack);
 
   uint32_t IfrOffset = 0;
-  if (HasIfr) {
-    IfrOffset = DATA_TABLE_HEADER_SIZE + static_cast<uint32_t>(Body.Size());
+  auto AppendIfr = [&] {
+    if (!HasIfr) return;
+    IfrOffset = Here();
     const Bytes &Code = IfrCode.Code();
-    Body.U32(static_cast<uint32_t>(PACK_HEADER_SIZE + Code.size())).U16(HII_PACK_IFR).Append(Code);
-  }
-
-  // Strings last: IFR tokens are only known once the IFR is complete.
+    Body.U32(IfrLength.Apply(PACK_HEADER_SIZE + Code.size())).U16(HII_PACK_IFR).Append(Code);
+  };
   uint32_t StringOffset = 0;
-  const auto &Languages = StringPacks.Languages();
-  if (!Languages.empty()) StringOffset = DATA_TABLE_HEADER_SIZE + static_cast<uint32_t>(Body.Size());
-  for (const std::string &Language : Languages) Body.Append(StringPacks.BuildPack(Language));
+  auto AppendStrings = [&] {
+    const auto &Languages = StringPacks.Languages();
+    if (!Languages.empty()) StringOffset = Here();
+    for (const std::string &Language : Languages) {
+      Bytes Pack = StringPacks.BuildPack(Language);
+      auto Skewed = StringLengths.find(Language);
+      if (Skewed != StringLengths.end()) PutU32(Pack, PACK_LENGTH, Skewed->second.Apply(Pack.size()));
+      Body.Append(Pack);
+    }
+  };
+  if (Packs == PackOrder::VariablesIfrStrings) {
+    AppendIfr();
+    AppendStrings();
+  } else {
+    AppendStrings();
+    AppendIfr();
+  }
 
   const uint64_t TableSize = DATA_TABLE_HEADER_SIZE + Body.Size();
   if (TableSize > 0xFFFFFFFFu) throw std::length_error("data table over 4 GiB");
   ByteWriter Table;
   Table.U16(HiiHandle)
       .Guid(PackageGuid)
-      .U32(static_cast<uint32_t>(TableSize))
+      .U32(SizeField.Apply(TableSize))
       .U32(IfrOffset)
       .U32(StringOffset)
       .U32(VariableOffset)
       .U32(0)  // no device path
       .U32(static_cast<uint32_t>(VariablePacks.size()))
-      .U32(static_cast<uint32_t>(Languages.size()))
+      .U32(static_cast<uint32_t>(StringPacks.Languages().size()))
       .Append(Body.Data());
   return Table.Take();
 }

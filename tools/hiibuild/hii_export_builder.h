@@ -18,8 +18,9 @@
 // Strings are added by text: the table assigns tokens (token 0 is the empty
 // string) and the same token names the string in every language. Misuse that
 // cannot be encoded (an opcode longer than 255 bytes, more than 65535
-// strings) throws std::length_error. Raw() and the raw-pack and raw-table
-// calls let tests write deliberately malformed input.
+// strings) throws std::length_error. Raw(), the raw-pack and raw-table calls
+// and the length overrides (LengthField) let tests write deliberately
+// malformed input.
 #pragma once
 
 #include "runtime/uefi.h"
@@ -95,6 +96,24 @@ struct NumericRange {
 struct OptionEntry {
   Text Label;
   uint16_t Value = 0;
+};
+
+// What a length or size field holds: normally the number of bytes it
+// covers; for malformed input, that number plus a delta or a fixed value.
+// Firmware has been seen to export lengths that disagree with their bytes.
+class LengthField {
+ public:
+  LengthField() = default;
+  static LengthField Plus(int64_t Delta) { return LengthField(false, Delta); }
+  static LengthField Exactly(uint32_t Value) { return LengthField(true, Value); }
+  // The value written for a field that covers TrueLength bytes; throws
+  // std::out_of_range when it does not fit in 32 bits.
+  uint32_t Apply(uint64_t TrueLength) const;
+
+ private:
+  LengthField(bool Fixed, int64_t Amount) : Fixed(Fixed), Amount(Amount) {}
+  bool Fixed = false;
+  int64_t Amount = 0;
 };
 
 // The IFR opcodes of one data table, in the order they are added.
@@ -180,6 +199,12 @@ class IfrBuilder {
   size_t Opcodes = 0;
 };
 
+// Where a table's packs lie after its header.
+enum class PackOrder {
+  VariablesIfrStrings,  // the usual layout
+  VariablesStringsIfr,  // the IFR pack last, so that its end is the table's
+};
+
 // One data table: its IFR pack, one string pack per language and its
 // variable packs.
 class DataTableBuilder {
@@ -195,11 +220,19 @@ class DataTableBuilder {
   StringTable &Strings() { return StringPacks; }
 
   // Variable pack (type 6): GUID at 6, name length at 22, varstore id at 26,
-  // name at 28.
-  DataTableBuilder &VariablePack(const EFI_GUID &Guid, uint16_t VarStoreId, const std::u16string &Name);
+  // name at 28. Length is what its length field holds.
+  DataTableBuilder &VariablePack(const EFI_GUID &Guid, uint16_t VarStoreId, const std::u16string &Name,
+                                 LengthField Length = {});
   // A pack given as bytes, taking a variable pack's place (e.g. one of
   // another type, or a bad length).
   DataTableBuilder &RawVariablePack(const Bytes &Pack);
+
+  // Malformed lengths: of the table's size field, of its IFR pack and of
+  // one language's string pack.
+  DataTableBuilder &TableSize(LengthField Size) { SizeField = Size; return *this; }
+  DataTableBuilder &IfrPackLength(LengthField Length) { IfrLength = Length; return *this; }
+  DataTableBuilder &StringPackLength(const std::string &Language, LengthField Length);
+  DataTableBuilder &Layout(PackOrder Order) { Packs = Order; return *this; }
 
   // Header fields: handle at 0, package GUID at 2, size at 18, IFR offset at
   // 22, first string pack at 26, first variable pack at 30, device path at
@@ -213,6 +246,10 @@ class DataTableBuilder {
   IfrBuilder IfrCode;
   bool HasIfr = false;
   std::vector<Bytes> VariablePacks;
+  PackOrder Packs = PackOrder::VariablesIfrStrings;
+  LengthField SizeField;
+  LengthField IfrLength;
+  std::map<std::string, LengthField> StringLengths;
 };
 
 enum class ExportHeaderStyle {
