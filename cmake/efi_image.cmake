@@ -27,7 +27,7 @@ function(efi_image NAME KIND)
   add_custom_command(OUTPUT ${efi}
     COMMAND ld -nostdlib -znocombreloc -shared -Bsymbolic -L${GNU_EFI_LIBDIR}
             -T${GNU_EFI_LIBDIR}/elf_x86_64_efi.lds ${GNU_EFI_LIBDIR}/crt0-efi-x86_64.o
-            $<TARGET_OBJECTS:${NAME}_efi_objects> -o ${so} -lefi -lgnuefi
+            $<TARGET_OBJECTS:${NAME}_efi_objects> -o ${so} ${LIBEFI} -lgnuefi
     COMMAND ${CMAKE_SOURCE_DIR}/cmake/check_efi_image.sh ${so}
     COMMAND objcopy -j .text -j .sdata -j .data -j .dynamic -j .dynsym -j .rel
             -j .rela -j .rel.* -j .rela.* -j .reloc
