@@ -9,7 +9,9 @@ set(EFI_CXX_FLAGS
   -fpic -fshort-wchar -mno-red-zone -maccumulate-outgoing-args
   -fno-stack-protector -fno-stack-check -fno-strict-aliasing -fno-merge-all-constants
   -fno-asynchronous-unwind-tables -fno-builtin-malloc -fno-builtin-free
-  -fvisibility=hidden)
+  -fvisibility=hidden
+  # The runtime's operator new hands out pool memory, which UEFI aligns to 8.
+  -faligned-new=8)
 
 function(efi_image NAME KIND)
   if(KIND STREQUAL "DRIVER")

@@ -15,7 +15,8 @@
 // (signed 32-bit) and %u (unsigned 32-bit); in such a format "%%" gives one
 // '%', any other conversion is copied as it stands without taking an
 // argument, and a trailing "%h" is copied literally. Every other format goes
-// to the runtime's wide formatter (%ls/%s wide strings, %d, %u, %x ...).
+// to the runtime's wide formatter, which follows C's vswprintf: %ls a wide
+// string, %s an 8-bit one, %d, %u, %x ...
 CHAR16 *SetLastErrorText(const CHAR16 *Format, ...);
 
 // Hands out the current text (the client's GetLastErrorText after its

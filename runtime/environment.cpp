@@ -27,7 +27,8 @@ struct EnvironmentEntry {
 namespace {
 
 constexpr size_t INITIAL_NAME_UNITS = 128;
-constexpr size_t MAX_NAME_UNITS = 1024;
+// Names of up to 2047 characters, the longest a setup variable may have.
+constexpr size_t MAX_NAME_UNITS = 2048;
 constexpr size_t MAX_VALUE_BYTES = 4096;
 constexpr size_t MAX_VARIABLES = 16384;
 
@@ -83,7 +84,7 @@ struct Scratch {
   // Grows the name buffer to hold Bytes, keeping the current name: the
   // firmware needs it back to continue the enumeration.
   [[nodiscard]] bool GrowName(UINTN Bytes) {
-    size_t Units = Bytes / sizeof(CHAR16) + 1;
+    size_t Units = (Bytes + sizeof(CHAR16) - 1) / sizeof(CHAR16);
     if (Units <= NameUnits || Units > MAX_NAME_UNITS) return false;
     auto *Grown = static_cast<CHAR16 *>(malloc(Units * sizeof(CHAR16)));
     if (Grown == nullptr) return false;

@@ -60,7 +60,7 @@ Firmware::Firmware() : S(std::make_unique<State>()) {
 
 Firmware::~Firmware() {
   CloseAllFiles(*S);
-  for (auto &[Block, Size] : S->Pool) std::free(Block);
+  ReleaseAllPool(*S);
   for (auto &[Address, Pages] : S->PageRuns) munmap(reinterpret_cast<void *>(Address), Pages * EFI_PAGE_SIZE);
   gActive = nullptr;
   gActiveState = nullptr;

@@ -49,6 +49,7 @@ struct Volume {
 
 struct OpenFile;
 struct HiiRecord;
+struct PoolHeader;
 
 struct PendingFault {
   Service Target;
@@ -75,7 +76,8 @@ struct Firmware::State {
   std::string Console;
 
   // Memory.
-  std::unordered_map<void *, size_t> Pool;
+  PoolHeader *PoolBlocks = nullptr;  // live blocks, newest first (pool.cpp)
+  size_t PoolBlockCount = 0;
   size_t PoolBytes = 0;
   size_t PeakPoolBytes = 0;
   std::unordered_map<uint64_t, uint64_t> PageRuns;  // address -> pages
@@ -138,8 +140,15 @@ void *FindInterface(const State &S, EFI_HANDLE Handle, const EFI_GUID &Guid);
 void RemoveHandle(State &S, EFI_HANDLE Handle);
 bool SameGuid(const EFI_GUID &A, const EFI_GUID &B);
 
-// Pool memory for results the caller frees with FreePool.
+// Pool memory for results the caller frees with FreePool (pool.cpp).
 [[nodiscard]] EFI_STATUS AllocatePoolInternal(State &S, size_t Size, void **Buffer);
+// Whether Block is a live pool block: its header carries the signature.
+bool IsPoolBlock(const void *Block);
+// FreePool without counting or fault injection: EFI_INVALID_PARAMETER for
+// anything but a live pool block.
+[[nodiscard]] EFI_STATUS ReleasePoolBlock(State &S, void *Block);
+// Frees every live block (platform teardown).
+void ReleaseAllPool(State &S);
 
 // Files: closes every handle still open on the volumes (platform teardown).
 void CloseAllFiles(State &S);

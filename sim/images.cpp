@@ -138,9 +138,7 @@ EFI_STATUS EFIAPI StartImage(EFI_HANDLE ImageHandle, UINTN *ExitDataSize, CHAR16
   if (ExitData != nullptr) {
     *ExitData = Image->ExitData;
   } else if (Image->ExitData != nullptr) {
-    S.PoolBytes -= S.Pool[Image->ExitData];
-    S.Pool.erase(Image->ExitData);
-    std::free(Image->ExitData);
+    (void)ReleasePoolBlock(S, Image->ExitData);
   }
   // Firmware unloads an image whose entry point failed.
   if (EFI_ERROR(Status)) DiscardImage(S, Image);
@@ -160,7 +158,7 @@ EFI_STATUS EFIAPI Exit(EFI_HANDLE ImageHandle, EFI_STATUS ExitStatus, UINTN Exit
   if (S.Running.empty() || S.Running.back() != Image || Image->ExitJump == nullptr) return EFI_INVALID_PARAMETER;
   Image->ExitStatus = ExitStatus;
   Image->ExitDataSize = ExitData == nullptr ? 0 : ExitDataSize;
-  Image->ExitData = S.Pool.count(ExitData) != 0 ? ExitData : nullptr;
+  Image->ExitData = IsPoolBlock(ExitData) ? ExitData : nullptr;
   siglongjmp(*Image->ExitJump, 1);
 }
 

@@ -1,14 +1,13 @@
 // Pool and page memory.
 //
-// Pool blocks come from malloc so that AddressSanitizer sees every overflow
-// of a firmware buffer. Pages come from mmap; "below 4 GiB" is honoured for
-// real (MAP_32BIT first, then hinted fixed mappings walking down from the
-// limit), because clients dereference 32-bit addresses handed to them.
+// Pool blocks are kept by pool.cpp. Pages come from mmap; "below 4 GiB" is
+// honoured for real (MAP_32BIT first, then hinted fixed mappings walking
+// down from the limit), because clients dereference 32-bit addresses handed
+// to them.
 #include "sim/firmware_state.h"
 
 #include <sys/mman.h>
 
-#include <cstdlib>
 #include <cstring>
 
 namespace sim {
@@ -70,12 +69,7 @@ EFI_STATUS EFIAPI FreePool(VOID *Buffer) {
   State &S = ActiveState();
   const EFI_STATUS Injected = S.Enter(Service::FreePool);
   if (Injected != EFI_SUCCESS) return Injected;
-  auto It = S.Pool.find(Buffer);
-  if (Buffer == nullptr || It == S.Pool.end()) return EFI_INVALID_PARAMETER;
-  S.PoolBytes -= It->second;
-  S.Pool.erase(It);
-  std::free(Buffer);
-  return EFI_SUCCESS;
+  return ReleasePoolBlock(S, Buffer);
 }
 
 EFI_STATUS EFIAPI AllocatePages(EFI_ALLOCATE_TYPE Type, EFI_MEMORY_TYPE MemoryType, UINTN Pages,
@@ -129,20 +123,6 @@ VOID EFIAPI SetMem(VOID *Buffer, UINTN Size, UINT8 Value) {
 
 }  // namespace
 
-EFI_STATUS AllocatePoolInternal(State &S, size_t Size, void **Buffer) {
-  const EFI_STATUS Budget = S.AllocationAllowed();
-  if (Budget != EFI_SUCCESS) return Budget;
-  // Firmware hands out a valid block even for 0 bytes.
-  void *Block = std::malloc(Size == 0 ? 1 : Size);
-  if (Block == nullptr) return EFI_OUT_OF_RESOURCES;
-  S.Pool[Block] = Size;
-  S.PoolBytes += Size;
-  if (S.PoolBytes > S.PeakPoolBytes) S.PeakPoolBytes = S.PoolBytes;
-  S.AllocationSucceeded();
-  *Buffer = Block;
-  return EFI_SUCCESS;
-}
-
 void WireMemoryServices(EFI_BOOT_SERVICES &Boot) {
   Boot.AllocatePool = AllocatePool;
   Boot.FreePool = FreePool;
@@ -152,10 +132,6 @@ void WireMemoryServices(EFI_BOOT_SERVICES &Boot) {
   Boot.SetMem = SetMem;
 }
 
-size_t Firmware::LivePoolBlocks() const { return S->Pool.size(); }
 size_t Firmware::LivePageRuns() const { return S->PageRuns.size(); }
-size_t Firmware::LivePoolBytes() const { return S->PoolBytes; }
-size_t Firmware::PeakPoolBytes() const { return S->PeakPoolBytes; }
-void Firmware::ResetPeak() { S->PeakPoolBytes = S->PoolBytes; }
 
 }  // namespace sim

@@ -43,6 +43,8 @@ TEST_F(ErrorTextTest, FormatsWithBothTheEightBitScanAndTheWideFormatter) {
       {[] { return SetLastErrorText(W(u"%hx %hs"), "a", "b"); }, u"a b"},
       {[] { return SetLastErrorText(W(u"%u"), 4294967295u); }, u"4294967295"},
       {[] { return SetLastErrorText(W(u"Var %ls out"), W(u"Boot Mode")); }, u"Var Boot Mode out"},
+      // The wide formatter reads %s as an 8-bit string, as C's vswprintf does.
+      {[] { return SetLastErrorText(W(u"%s: %ls"), "INI", W(u"Boot Mode")); }, u"INI: Boot Mode"},
       {[] { return SetLastErrorText(W(u"%d%%"), -7); }, u"-7%"},
       {[&] { return SetLastErrorText(W(Long.c_str())); }, Long.substr(0, 511)},
       {[&] { return SetLastErrorText(W(u"%hs"), LongNarrow.c_str()); }, std::u16string(511, u'b')},

@@ -41,7 +41,7 @@ TEST_F(EnvironmentTest, TextVariablesOfEitherWidthAreVisible) {
   Put(u"SecureBoot", VENDOR_B, {0x00});
   Put(u"MAX_VALUE", VENDOR_A, Narrow(std::string(4096, 'm')));
   Put(u"TOO_BIG", VENDOR_A, Narrow(std::string(4097, 'b')));
-  Put(std::u16string(300, u'L'), VENDOR_A, Narrow("long"));  // longer than the first name buffer
+  Put(std::u16string(2047, u'L'), VENDOR_A, Narrow("long"));  // the longest name setup variables have
   Put(u"WIDE\u0141NAME", VENDOR_A, Narrow("skipped"));
   Put(u"AFTER", VENDOR_A, Narrow("still read"));
   RestartRuntime();
@@ -53,7 +53,7 @@ TEST_F(EnvironmentTest, TextVariablesOfEitherWidthAreVisible) {
   EXPECT_EQ(crt::getenv(nullptr), nullptr);
   EXPECT_EQ(Env("MAX_VALUE"), std::string(4096, 'm'));
   EXPECT_EQ(Env("TOO_BIG"), "<unset>");
-  EXPECT_EQ(Env(std::string(300, 'L').c_str()), "long");
+  EXPECT_EQ(Env(std::string(2047, 'L').c_str()), "long");
   EXPECT_EQ(Env("AFTER"), "still read") << "a skipped name does not end the enumeration";
 }
 
