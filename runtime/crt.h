@@ -106,7 +106,8 @@ int vswprintf(CHAR16 *Dest, size_t Size, const CHAR16 *Format, va_list Args);
 int swprintf(CHAR16 *Dest, size_t Size, const CHAR16 *Format, ...);
 
 // ---- file streams over the Simple File System protocol -----------------------
-// Names: optional volume "fsN:" (numbered as the UEFI Shell numbers them),
+// Names: optional volume "fsN:" (the UEFI Shell's map when a Shell is
+// present, else device paths in byte order: see volumes.h),
 // '/' or '\' as separators; a name without a volume is relative to the folder
 // the image was loaded from. Modes: "r", "rb", "w", "wb", "a", "ab".
 struct FILE;

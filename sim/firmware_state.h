@@ -103,6 +103,11 @@ struct Firmware::State {
   std::vector<std::unique_ptr<Volume>> Volumes;
   std::unordered_map<OpenFile *, std::unique_ptr<OpenFile>> Files;
 
+  // The UEFI Shell's protocol and its map: the device path of fsN: at N.
+  std::unique_ptr<EFI_SHELL_PROTOCOL> Shell;
+  EFI_HANDLE ShellHandle = nullptr;
+  std::vector<std::vector<uint8_t>> ShellMap;
+
   // Framework HII.
   std::vector<uint8_t> HiiExport;
   std::vector<std::unique_ptr<HiiRecord>> HiiRecords;
