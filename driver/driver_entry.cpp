@@ -75,8 +75,13 @@ EFI_STATUS DriverEntry(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable) {
   (void)crt::Startup(ImageHandle, &gImage.SystemTableCopy);
 
   gImage.ImageHandle = ImageHandle;
-  return Boot->InstallProtocolInterface(&ImageHandle, &gBiosConfigProtocolGuid, EFI_NATIVE_INTERFACE,
-                                        &BiosConfigProtocolInterface);
+  const EFI_STATUS Status = Boot->InstallProtocolInterface(&ImageHandle, &gBiosConfigProtocolGuid,
+                                                           EFI_NATIVE_INTERFACE, &BiosConfigProtocolInterface);
+  // Firmware discards an image whose installation failed, but not what the
+  // runtime took from the pool (the environment, above all): give it back.
+  // A warning is no plain success either: the interface may not be there.
+  if (Status != EFI_SUCCESS) crt::Shutdown();
+  return Status;
 }
 
 EFI_STATUS EFIAPI DriverUnload(EFI_HANDLE ImageHandle) {

@@ -142,8 +142,12 @@ class Firmware {
   // Call counters and fault injection.
   uint64_t Calls(Service S) const;
   void ResetCounters();
-  // The Nth call (1-based, counted from now) of S fails with Status.
+  // The Nth call (1-based, counted from now) of S fails with Status, before
+  // any side effect: a warning status, too, comes back with nothing done.
   void FailNthCall(Service S, uint64_t N, EFI_STATUS Status);
+  // The same, counting only the calls about Protocol (LocateHandle,
+  // HandleProtocol, LocateProtocol, LocateDevicePath and the installs).
+  void FailNthCall(Service S, uint64_t N, EFI_STATUS Status, const EFI_GUID &Protocol);
   // Every AllocatePool/AllocatePages after the next N succeed fails.
   void FailAllocationsAfter(uint64_t N);
   void ClearFaults();

@@ -55,6 +55,7 @@ struct PendingFault {
   Service Target;
   uint64_t CallsLeft;  // fails when this reaches 0
   EFI_STATUS Status;
+  std::optional<EFI_GUID> Protocol;  // counts only calls about this protocol
 };
 
 struct Firmware::State {
@@ -62,7 +63,9 @@ struct Firmware::State {
   ~State();
 
   // Counts the call and returns the injected failure for it, or EFI_SUCCESS.
-  [[nodiscard]] EFI_STATUS Enter(Service S);
+  // Services that take a protocol GUID pass it, for faults aimed at one
+  // protocol.
+  [[nodiscard]] EFI_STATUS Enter(Service S, const EFI_GUID *Protocol = nullptr);
   // For allocations: EFI_OUT_OF_RESOURCES once the allocation budget is spent.
   [[nodiscard]] EFI_STATUS AllocationAllowed() const;
   void AllocationSucceeded();

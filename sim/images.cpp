@@ -180,7 +180,7 @@ EFI_STATUS EFIAPI UnloadImage(EFI_HANDLE ImageHandle) {
   // The unload handler may have changed the image list; look the image up again.
   Image = FindImage(S, ImageHandle);
   if (Image != nullptr) DiscardImage(S, Image);
-  return EFI_SUCCESS;
+  return Status;  // a warning from the handler comes back with the image gone
 }
 
 }  // namespace
