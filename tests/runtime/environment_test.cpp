@@ -60,9 +60,23 @@ TEST_F(EnvironmentTest, TextVariablesOfEitherWidthAreVisible) {
 TEST_F(EnvironmentTest, ResourceFaultsAtStartup) {
   Put(u"ONE", VENDOR_A, Narrow("1"));
   crt::Shutdown();
-  Fw().FailNthCall(sim::Service::GetNextVariableName, 1, EFI_DEVICE_ERROR);
-  EXPECT_EQ(crt::Startup(Image(), Fw().SystemTable()), EFI_SUCCESS) << "an enumeration error ends quietly";
-  EXPECT_EQ(Env("ONE"), "<unset>");
+  // A failure cuts the enumeration short quietly; a name then missing is
+  // looked for again by a fresh enumeration, which keeps what was found.
+  Put(u"TWO", VENDOR_A, Narrow("2"));
+  Fw().FailNthCall(sim::Service::GetNextVariableName, 2, EFI_DEVICE_ERROR);
+  EXPECT_EQ(crt::Startup(Image(), Fw().SystemTable()), EFI_SUCCESS);
+  const char *One = crt::getenv("ONE");
+  ASSERT_NE(One, nullptr);
+  Fw().ResetCounters();
+  EXPECT_EQ(Env("TWO"), "2");
+  EXPECT_EQ(crt::getenv("ONE"), One) << "a text handed out stays where it was";
+  EXPECT_EQ(Env("THREE"), "<unset>");
+  EXPECT_EQ(Fw().Calls(sim::Service::GetNextVariableName), 3u) << "complete now: THREE asked for no enumeration";
+
+  crt::Shutdown();
+  Fw().FailNthCall(sim::Service::GetVariable, 1, EFI_DEVICE_ERROR);
+  EXPECT_EQ(crt::Startup(Image(), Fw().SystemTable()), EFI_SUCCESS);
+  EXPECT_EQ(Env("ONE"), "1") << "an unreadable value is read again";
 
   crt::Shutdown();
   Fw().FailAllocationsAfter(0);
