@@ -5,8 +5,6 @@
 #include "sim/firmware_state.h"
 #include "sim/hii_record.h"
 
-#include <sys/mman.h>
-
 #include <cstdio>
 #include <cstdlib>
 
@@ -61,7 +59,7 @@ Firmware::Firmware() : S(std::make_unique<State>()) {
 Firmware::~Firmware() {
   CloseAllFiles(*S);
   ReleaseAllPool(*S);
-  for (auto &[Address, Pages] : S->PageRuns) munmap(reinterpret_cast<void *>(Address), Pages * EFI_PAGE_SIZE);
+  ReleaseAllPages(*S);
   gActive = nullptr;
   gActiveState = nullptr;
 }

@@ -130,6 +130,8 @@ class Firmware {
   // second call makes the map again from the volumes mounted by then.
   // Returns the Shell's handle.
   EFI_HANDLE InstallShell();
+  // Takes the Shell's handle away again, as if the Shell had exited.
+  void RemoveShell();
 
   // Framework HII database: installs EFI_HII_PROTOCOL (the given GUID) on
   // HandleCount new handles, each serving Export through ExportDatabase with

@@ -8,6 +8,7 @@
 #include <array>
 #include <setjmp.h>
 #include <deque>
+#include <map>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -84,6 +85,8 @@ struct Firmware::State {
   size_t PoolBytes = 0;
   size_t PeakPoolBytes = 0;
   std::unordered_map<uint64_t, uint64_t> PageRuns;  // address -> pages
+  std::multimap<uint64_t, uint64_t> KeptRuns;      // pages -> address: freed, still mapped
+  uint64_t KeptBytes = 0;
 
   // Handle database.
   std::vector<std::unique_ptr<HandleRecord>> Handles;  // creation order
@@ -157,6 +160,8 @@ bool IsPoolBlock(const void *Block);
 [[nodiscard]] EFI_STATUS ReleasePoolBlock(State &S, void *Block);
 // Frees every live block (platform teardown).
 void ReleaseAllPool(State &S);
+// Unmaps every page run, live or kept for reuse (platform teardown).
+void ReleaseAllPages(State &S);
 
 // Files: closes every handle still open on the volumes (platform teardown).
 void CloseAllFiles(State &S);

@@ -38,15 +38,23 @@ EFI_HANDLE Firmware::InstallShell() {
     return DevicePathText(A.data()) < DevicePathText(B.data());
   });
   S->ShellMap = std::move(Paths);
-  // A second call only makes the map again.
-  if (S->Shell != nullptr) return S->ShellHandle;
-  S->Shell = std::make_unique<EFI_SHELL_PROTOCOL>();
-  *S->Shell = EFI_SHELL_PROTOCOL{};
-  S->Shell->GetDevicePathFromMap = GetDevicePathFromMap;
-  S->Shell->MajorVersion = 2;
-  S->Shell->MinorVersion = 2;
+  // While it is installed, a second call only makes the map again.
+  if (S->ShellHandle != nullptr) return S->ShellHandle;
+  if (S->Shell == nullptr) {
+    S->Shell = std::make_unique<EFI_SHELL_PROTOCOL>();
+    *S->Shell = EFI_SHELL_PROTOCOL{};
+    S->Shell->GetDevicePathFromMap = GetDevicePathFromMap;
+    S->Shell->MajorVersion = 2;
+    S->Shell->MinorVersion = 2;
+  }
   if (InstallInterface(*S, &S->ShellHandle, ShellProtocolGuid, S->Shell.get()) != EFI_SUCCESS) std::abort();
   return S->ShellHandle;
+}
+
+void Firmware::RemoveShell() {
+  if (S->ShellHandle == nullptr) return;
+  RemoveHandle(*S, S->ShellHandle);
+  S->ShellHandle = nullptr;
 }
 
 }  // namespace sim
