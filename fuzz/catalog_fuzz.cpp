@@ -68,13 +68,7 @@ void WriteSeeds(const char *Folder) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int *, char ***) {
-  if (const char *Folder = fuzz::SeedFolder()) {
-    WriteSeeds(Folder);
-    std::exit(0);
-  }
-  return 0;
-}
+extern "C" int LLVMFuzzerInitialize(int *, char ***) { return fuzz::WriteSeedsWhenAsked(WriteSeeds); }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
   sim::Firmware &Fw = fuzz::TheMachine().Fw;

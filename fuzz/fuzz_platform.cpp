@@ -25,7 +25,12 @@ Machine &TheMachine() {
   return *Made;
 }
 
-const char *SeedFolder() { return std::getenv("FUZZ_WRITE_SEEDS"); }
+int WriteSeedsWhenAsked(void (*Write)(const char *Folder)) {
+  const char *Folder = std::getenv("FUZZ_WRITE_SEEDS");
+  if (Folder == nullptr) return 0;
+  Write(Folder);
+  std::exit(0);
+}
 
 void WriteSeed(const char *Folder, const std::string &Name, const std::string &Bytes) {
   std::filesystem::create_directories(Folder);

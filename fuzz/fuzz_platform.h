@@ -19,9 +19,10 @@ struct Machine {
 
 Machine &TheMachine();
 
-// When the environment variable FUZZ_WRITE_SEEDS names a folder, a target's
-// LLVMFuzzerInitialize writes its seed inputs there and ends the process.
-const char *SeedFolder();
+// For a target's LLVMFuzzerInitialize: when the environment variable
+// FUZZ_WRITE_SEEDS names a folder, Write puts the target's seed inputs there
+// (through WriteSeed) and the process ends; otherwise returns 0.
+int WriteSeedsWhenAsked(void (*Write)(const char *Folder));
 void WriteSeed(const char *Folder, const std::string &Name, const std::string &Bytes);
 
 }  // namespace fuzz
