@@ -9,7 +9,9 @@ set(EFI_CXX_FLAGS
   -fpic -fshort-wchar -mno-red-zone -maccumulate-outgoing-args
   -fno-stack-protector -fno-stack-check -fno-strict-aliasing -fno-merge-all-constants
   -fno-asynchronous-unwind-tables -fno-builtin-malloc -fno-builtin-free
-  -fvisibility=hidden)
+  -fvisibility=hidden
+  # The runtime's operator new hands out pool memory, which UEFI aligns to 8.
+  -faligned-new=8)
 
 function(efi_image NAME KIND)
   if(KIND STREQUAL "DRIVER")
@@ -27,7 +29,7 @@ function(efi_image NAME KIND)
   add_custom_command(OUTPUT ${efi}
     COMMAND ld -nostdlib -znocombreloc -shared -Bsymbolic -L${GNU_EFI_LIBDIR}
             -T${GNU_EFI_LIBDIR}/elf_x86_64_efi.lds ${GNU_EFI_LIBDIR}/crt0-efi-x86_64.o
-            $<TARGET_OBJECTS:${NAME}_efi_objects> -o ${so} -lefi -lgnuefi
+            $<TARGET_OBJECTS:${NAME}_efi_objects> -o ${so} ${LIBEFI} -lgnuefi
     COMMAND ${CMAKE_SOURCE_DIR}/cmake/check_efi_image.sh ${so}
     COMMAND objcopy -j .text -j .sdata -j .data -j .dynamic -j .dynsym -j .rel
             -j .rela -j .rel.* -j .rela.* -j .reloc

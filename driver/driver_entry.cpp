@@ -69,14 +69,20 @@ EFI_STATUS DriverEntry(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable) {
   }
   LoadedImage->Unload = DriverUnload;
 
-  // A runtime that failed part of its start-up (say, the environment) still
-  // serves the protocol; the operations that need the missing part report
-  // their own failure, which a client can act on.
+  // A runtime that failed part of its start-up still serves the protocol:
+  // an environment that a firmware failure cut short is read again when a
+  // name is missing, and a watchdog the firmware would not turn off only
+  // means a firmware timeout stays armed.
   (void)crt::Startup(ImageHandle, &gImage.SystemTableCopy);
 
   gImage.ImageHandle = ImageHandle;
-  return Boot->InstallProtocolInterface(&ImageHandle, &gBiosConfigProtocolGuid, EFI_NATIVE_INTERFACE,
-                                        &BiosConfigProtocolInterface);
+  const EFI_STATUS Status = Boot->InstallProtocolInterface(&ImageHandle, &gBiosConfigProtocolGuid,
+                                                           EFI_NATIVE_INTERFACE, &BiosConfigProtocolInterface);
+  // Firmware discards an image whose installation failed, but not what the
+  // runtime took from the pool (the environment, above all): give it back.
+  // A warning is no plain success either: the interface may not be there.
+  if (Status != EFI_SUCCESS) crt::Shutdown();
+  return Status;
 }
 
 EFI_STATUS EFIAPI DriverUnload(EFI_HANDLE ImageHandle) {

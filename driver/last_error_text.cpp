@@ -91,7 +91,85 @@ void ExpandNarrowFormat(TextSink &Sink, const CHAR16 *Format, va_list Args) {
   }
 }
 
+// The argument kinds of FormatTakes, collected from a format; Valid is
+// cleared by anything the driver could not pass safely.
+class ArgumentList {
+ public:
+  explicit ArgumentList(const char *Expected) : Expected(Expected) {}
+  void Take(char Kind) {
+    if (Expected[Used] != Kind) Valid = false;
+    if (Expected[Used] != 0) ++Used;
+  }
+  void Refuse() { Valid = false; }
+  bool AllTaken() const { return Valid && Expected[Used] == 0; }
+
+ private:
+  const char *Expected;
+  size_t Used = 0;
+  bool Valid = true;
+};
+
+// What the 8-bit scan of ExpandNarrowFormat takes.
+void ScanNarrowFormat(const CHAR16 *Format, ArgumentList &Arguments) {
+  for (const CHAR16 *P = Format; *P != 0; ++P) {
+    if (*P != u'%') continue;
+    const CHAR16 Next = P[1];
+    if (Next == u'%') {
+      ++P;
+    } else if (Next == u'd' || Next == u'u') {
+      Arguments.Take('U');
+      ++P;
+    } else if (Next == u'h' && P[2] != 0) {
+      Arguments.Take('N');
+      P += 2;
+    }
+  }
+}
+
+// What the runtime's wide formatter takes (runtime/format.cpp).
+void ScanWideFormat(const CHAR16 *Format, ArgumentList &Arguments) {
+  for (const CHAR16 *P = Format; *P != 0;) {
+    if (*P++ != u'%') continue;
+    while (*P == u'-' || *P == u'0' || *P == u'+' || *P == u' ' || *P == u'#') ++P;
+    while (*P >= u'0' && *P <= u'9') ++P;
+    if (*P == u'.') ++P;
+    while (*P >= u'0' && *P <= u'9') ++P;
+    if (*P == u'*') return Arguments.Refuse();
+    unsigned Longs = 0, Shorts = 0;
+    for (; *P == u'l' || *P == u'h' || *P == u'z'; ++P) {
+      if (*P == u'z') return Arguments.Refuse();
+      (*P == u'l' ? Longs : Shorts) += 1;
+    }
+    const CHAR16 Conversion = *P;
+    if (Conversion == 0) return;
+    ++P;
+    if (Conversion == u'%') continue;
+    if (Conversion == u's') {
+      if (Longs > 1 || (Longs == 1 && Shorts != 0)) return Arguments.Refuse();
+      Arguments.Take(Longs == 1 ? 'W' : 'N');
+    } else if (Conversion == u'd' || Conversion == u'i' || Conversion == u'u' || Conversion == u'x' ||
+               Conversion == u'X' || Conversion == u'o' || Conversion == u'c') {
+      if (Longs != 0) return Arguments.Refuse();
+      Arguments.Take('U');
+    } else if (Conversion == u'p') {
+      return Arguments.Refuse();
+    }
+    // Anything else is shown as written and takes nothing.
+  }
+}
+
 }  // namespace
+
+bool FormatTakes(const CHAR16 *Format, const char *Arguments) {
+  if (Format == nullptr || Arguments == nullptr) return false;
+  ArgumentList Taken(Arguments);
+  if (HasNarrowStringConversion(Format)) {
+    ScanNarrowFormat(Format, Taken);
+  } else {
+    ScanWideFormat(Format, Taken);
+  }
+  return Taken.AllTaken();
+}
 
 CHAR16 *SetLastErrorText(const CHAR16 *Format, ...) {
   if (Format == nullptr) return nullptr;

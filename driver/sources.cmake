@@ -2,6 +2,7 @@ set(DRIVER_SOURCES
   driver/image_state.cpp
   driver/driver_entry.cpp
   driver/bios_config_protocol.cpp
+  driver/protocol_layout.cpp
   driver/last_error_text.cpp
   driver/settings_engine.cpp
   driver/session.cpp

@@ -15,13 +15,19 @@ namespace {
 // Room for two handles, as the firmware's own setup browser asks for.
 constexpr UINTN HII_HANDLE_SLOTS = 2;
 
-[[nodiscard]] EFI_STATUS LocateByGuid(const EFI_GUID &ProtocolGuid) {
+// Looks for the protocol under one GUID. NoHandle is set when no handle
+// carries it at all (LocateHandle's EFI_NOT_FOUND), which is the only case
+// in which the caller may try another GUID: a handle whose HandleProtocol
+// fails, even with EFI_NOT_FOUND, means the firmware has the protocol.
+[[nodiscard]] EFI_STATUS LocateByGuid(const EFI_GUID &ProtocolGuid, bool &NoHandle) {
+  NoHandle = false;
   EFI_BOOT_SERVICES *Boot = gImage.SystemTableCopy.BootServices;
   if (Boot == nullptr) return EFI_NOT_READY;
   EFI_GUID Guid = ProtocolGuid;
   EFI_HANDLE Handles[HII_HANDLE_SLOTS] = {};
   UINTN Size = sizeof(Handles);
   EFI_STATUS Status = Boot->LocateHandle(ByProtocol, &Guid, nullptr, &Size, Handles);
+  NoHandle = Status == EFI_NOT_FOUND;
   if (EFI_ERROR(Status)) return Status;
 
   gImage.Hii = nullptr;
@@ -46,9 +52,10 @@ constexpr UINTN HII_HANDLE_SLOTS = 2;
 }  // namespace
 
 EFI_STATUS LocateHiiProtocol() {
-  EFI_STATUS Status = LocateByGuid(gFrameworkHiiProtocolGuid);
-  if (Status != EFI_NOT_FOUND) return Status;
-  return LocateByGuid(gFrameworkHiiLaterProtocolGuid);
+  bool NoHandle = false;
+  EFI_STATUS Status = LocateByGuid(gFrameworkHiiProtocolGuid, NoHandle);
+  if (!NoHandle) return Status;
+  return LocateByGuid(gFrameworkHiiLaterProtocolGuid, NoHandle);
 }
 
 void ReadExportHeader(SetupFormDatabase &Db) {

@@ -6,7 +6,8 @@
 
 // Locates the Framework HII protocol into gImage.Hii and sets gImage.HiiHandle
 // to 0. Tries the classic GUID and, only when no handle carries it
-// (EFI_NOT_FOUND), the later one. Returns 0, LocateHandle's status (e.g.
+// (LocateHandle's EFI_NOT_FOUND), the later one; a handle whose
+// HandleProtocol fails ends the search with that failure. Returns 0, LocateHandle's status (e.g.
 // EFI_BUFFER_TOO_SMALL for more than two handles) or the last HandleProtocol
 // status.
 [[nodiscard]] EFI_STATUS LocateHiiProtocol();

@@ -1,11 +1,28 @@
-// The simulated platform the form fuzzer runs on, made once per process:
-// the runtime started, the HII protocol installed, a few setup variables.
+// The simulated machine a fuzz target runs on, made on first use and kept
+// for every input of the process: making one costs far more than most
+// inputs. fs0: is a temporary folder (removed when the process exits), an
+// image "loaded" from fs0:\tools runs the C runtime, and the driver's image
+// state holds the machine's system table.
 #pragma once
 
 #include "sim/firmware.h"
 
+#include <string>
+
 namespace fuzz {
 
-sim::Firmware &Platform();
+struct Machine {
+  sim::Firmware &Fw;
+  std::string Folder;  // the host folder behind fs0:
+  EFI_HANDLE Image;    // the image the runtime runs as
+};
+
+Machine &TheMachine();
+
+// For a target's LLVMFuzzerInitialize: when the environment variable
+// FUZZ_WRITE_SEEDS names a folder, Write puts the target's seed inputs there
+// (through WriteSeed) and the process ends; otherwise returns 0.
+int WriteSeedsWhenAsked(void (*Write)(const char *Folder));
+void WriteSeed(const char *Folder, const std::string &Name, const std::string &Bytes);
 
 }  // namespace fuzz

@@ -14,6 +14,17 @@
 
 #include <efi.h>
 
+/* The operations use the UEFI calling convention (Microsoft x64 on x86-64).
+ * gnu-efi's EFIAPI means that only when the client defines
+ * GNU_EFI_USE_MS_ABI; without it a GCC or Clang client would call with the
+ * System V convention and pass every argument in the wrong register. So the
+ * convention is fixed here, whatever the client defines. */
+#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+#define BIOSCFG_EFIAPI __attribute__((ms_abi))
+#else
+#define BIOSCFG_EFIAPI EFIAPI
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -82,25 +93,25 @@ typedef struct _BIOS_CONFIG_PROTOCOL BIOS_CONFIG_PROTOCOL;
 
 /* Opens (or reopens) the session. EFI_SUCCESS, or BCFG_E_GENERAL_FAILURE when
  * the message catalog bioscfg.str cannot be loaded from TORVEL_PATH. */
-typedef EFI_STATUS (EFIAPI *BIOS_CONFIG_OPEN_SESSION)(BIOS_CONFIG_PROTOCOL *This);
+typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_OPEN_SESSION)(BIOS_CONFIG_PROTOCOL *This);
 /* Closes the session. EFI_SUCCESS, or BCFG_E_GENERAL_FAILURE with no session. */
-typedef EFI_STATUS (EFIAPI *BIOS_CONFIG_CLOSE_SESSION)(BIOS_CONFIG_PROTOCOL *This);
+typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_CLOSE_SESSION)(BIOS_CONFIG_PROTOCOL *This);
 /* Stores the session flag (always 0). EFI_SUCCESS or BCFG_E_GENERAL_FAILURE. */
-typedef EFI_STATUS (EFIAPI *BIOS_CONFIG_GET_SESSION_FLAG)(BIOS_CONFIG_PROTOCOL *This, UINT8 *Flag);
+typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_GET_SESSION_FLAG)(BIOS_CONFIG_PROTOCOL *This, UINT8 *Flag);
 /* Hands out the last error text once. EFI_SUCCESS, BCFG_E_INVALID_PARAMETER
  * (no text; NULL stored) or BCFG_E_GENERAL_FAILURE (no session). The text
  * stays valid until the next call of this operation. */
-typedef EFI_STATUS (EFIAPI *BIOS_CONFIG_GET_LAST_ERROR_TEXT)(BIOS_CONFIG_PROTOCOL *This, CHAR16 **ErrorText);
+typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_GET_LAST_ERROR_TEXT)(BIOS_CONFIG_PROTOCOL *This, CHAR16 **ErrorText);
 /* Fills each request from the question with the same prompt. */
-typedef EFI_STATUS (EFIAPI *BIOS_CONFIG_GET_SETTINGS)(BIOS_CONFIG_PROTOCOL *This, BIOS_SETTING_REQUEST *Requests);
+typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_GET_SETTINGS)(BIOS_CONFIG_PROTOCOL *This, BIOS_SETTING_REQUEST *Requests);
 /* Changes each named question. */
-typedef EFI_STATUS (EFIAPI *BIOS_CONFIG_SET_SETTINGS)(BIOS_CONFIG_PROTOCOL *This, BIOS_SETTING_VALUE *Values);
+typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_SET_SETTINGS)(BIOS_CONFIG_PROTOCOL *This, BIOS_SETTING_VALUE *Values);
 /* Saves the visible questions to the [BIOS] block of an INI file in TORVEL_PATH. */
-typedef EFI_STATUS (EFIAPI *BIOS_CONFIG_SAVE_SETTINGS_TO_INI)(BIOS_CONFIG_PROTOCOL *This, CHAR8 *IniFileName);
+typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_SAVE_SETTINGS_TO_INI)(BIOS_CONFIG_PROTOCOL *This, CHAR8 *IniFileName);
 /* Restores changed values from the [BIOS] block of an INI file. */
-typedef EFI_STATUS (EFIAPI *BIOS_CONFIG_LOAD_SETTINGS_FROM_INI)(BIOS_CONFIG_PROTOCOL *This, CHAR8 *IniFileName);
+typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_LOAD_SETTINGS_FROM_INI)(BIOS_CONFIG_PROTOCOL *This, CHAR8 *IniFileName);
 /* 0: only visible questions for GetSettings/SetSettings; any other value: all. */
-typedef EFI_STATUS (EFIAPI *BIOS_CONFIG_SET_ALL_QUESTIONS_MODE)(BIOS_CONFIG_PROTOCOL *This, UINT8 Enable);
+typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_SET_ALL_QUESTIONS_MODE)(BIOS_CONFIG_PROTOCOL *This, UINT8 Enable);
 
 struct _BIOS_CONFIG_PROTOCOL {
   UINT64 Revision;

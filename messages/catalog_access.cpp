@@ -33,9 +33,17 @@ EFI_STATUS LoadMessageCatalog() {
   return GetMessageCatalog() != nullptr ? EFI_SUCCESS : BCFG_E_INVALID_PARAMETER;
 }
 
+const char *MessageArguments(UINT32 Number) {
+  // By number, as bioscfg.messages gives them.
+  static const char *const Arguments[] = {"", "", "W", "W", "W", "UW", "N", "", "W", "N", "", "", ""};
+  return Number < sizeof Arguments / sizeof Arguments[0] ? Arguments[Number] : "";
+}
+
 const CHAR16 *LookupMessage(UINT32 Number) {
   if (gImage.Catalog == nullptr) return nullptr;
-  return gImage.Catalog->GetMessage(Number);
+  const CHAR16 *Text = gImage.Catalog->GetMessage(Number);
+  if (Text == nullptr || !FormatTakes(Text, MessageArguments(Number))) return nullptr;
+  return Text;
 }
 
 void DestroyMessageCatalog() {

@@ -30,7 +30,13 @@ MessageCatalog *GetMessageCatalog();
 // EFI_SUCCESS when GetMessageCatalog yields a catalog, else
 // BCFG_E_INVALID_PARAMETER.
 [[nodiscard]] EFI_STATUS LoadMessageCatalog();
-// Text of message Number, or NULL with no catalog (or no such text).
+// The arguments the driver formats message Number with, as FormatTakes
+// spells them ('W' wide string, 'N' 8-bit string, 'U' number): the ones
+// messages/bioscfg.messages documents. A number it does not list takes none.
+const char *MessageArguments(UINT32 Number);
+
+// Text of message Number, or NULL with no catalog, no such text, or a text
+// whose conversions would take other arguments than MessageArguments says.
 // Callers hand it straight to SetLastErrorText, which ignores NULL.
 const CHAR16 *LookupMessage(UINT32 Number);
 // Destroys the catalog, if any, and clears the pointer.

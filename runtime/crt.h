@@ -31,6 +31,7 @@ EFI_SYSTEM_TABLE *SystemTable();
 EFI_HANDLE ImageHandle();
 
 // ---- heap (boot-services pool memory, every block tracked) -----------------
+// Blocks are 8-byte aligned, as UEFI pool memory is; nothing more is promised.
 void *malloc(size_t Size);
 void *calloc(size_t Count, size_t Size);
 void *realloc(void *Block, size_t Size);
@@ -44,6 +45,7 @@ size_t LiveBlockCount();
 // new/delete through the runtime heap in both builds. Returns nullptr when the
 // allocation fails; the constructor is not run then.
 template <class T, class... Args> T *New(Args &&...A) {
+  static_assert(alignof(T) <= 8, "the heap gives 8-byte alignment, as UEFI pool memory does");
   void *Memory = crt::malloc(sizeof(T));
   if (Memory == nullptr) return nullptr;
   return ::new (Memory) T(static_cast<Args &&>(A)...);
@@ -94,10 +96,9 @@ size_t mbstowcs(CHAR16 *Dest, const char *Src, size_t Max);
 // ---- formatting ---------------------------------------------------------------
 // Conversions: %d %i %u %o %x %X %c %s %p %% with widths and precisions
 // (digits or '*'), flags '-' '0' '+' ' ' '#', length modifiers h hh l ll z.
-// A NULL string prints "(null)". In the 8-bit family %s is an
-// 8-bit string and %ls a CHAR16 string; in the 16-bit family %s and %ls are
-// CHAR16 strings and %hs an 8-bit string; a CHAR16 string printed into 8-bit
-// output keeps each unit's low 8 bits. Return the length that the full
+// A NULL string prints "(null)". In both families, as C's vswprintf does,
+// %s (and %hs) is an 8-bit string and %ls a CHAR16 string; a CHAR16 string
+// printed into 8-bit output keeps each unit's low 8 bits. Return the length that the full
 // result has (8-bit) or the number written, -1 on overflow (16-bit), as C does.
 int vsnprintf(char *Dest, size_t Size, const char *Format, va_list Args);
 int snprintf(char *Dest, size_t Size, const char *Format, ...);
@@ -105,7 +106,8 @@ int vswprintf(CHAR16 *Dest, size_t Size, const CHAR16 *Format, va_list Args);
 int swprintf(CHAR16 *Dest, size_t Size, const CHAR16 *Format, ...);
 
 // ---- file streams over the Simple File System protocol -----------------------
-// Names: optional volume "fsN:" (numbered as the UEFI Shell numbers them),
+// Names: optional volume "fsN:" (the UEFI Shell's map when a Shell is
+// present, else device paths in byte order: see volumes.h),
 // '/' or '\' as separators; a name without a volume is relative to the folder
 // the image was loaded from. Modes: "r", "rb", "w", "wb", "a", "ab".
 struct FILE;

@@ -9,6 +9,13 @@
 // is grown only up to MAX_NAME_UNITS, values above MAX_VALUE_BYTES are
 // skipped, and it ends on any error or after MAX_VARIABLES names, so a
 // firmware that keeps returning the same name cannot hold us forever.
+//
+// An enumeration that a failure cut short (memory, or a variable service
+// that failed other than by "not found" or "too large") leaves the
+// environment incomplete. Then a name getenv does not find is looked for
+// again by a fresh enumeration that only adds what is missing: one failed
+// firmware call at load time must not hide TORVEL_PATH for the image's
+// whole life, and texts already handed out stay valid.
 #include "runtime/crt.h"
 #include "runtime/owners.h"
 #include "runtime/runtime_internal.h"
@@ -27,7 +34,8 @@ struct EnvironmentEntry {
 namespace {
 
 constexpr size_t INITIAL_NAME_UNITS = 128;
-constexpr size_t MAX_NAME_UNITS = 1024;
+// Names of up to 2047 characters, the longest a setup variable may have.
+constexpr size_t MAX_NAME_UNITS = 2048;
 constexpr size_t MAX_VALUE_BYTES = 4096;
 constexpr size_t MAX_VARIABLES = 16384;
 
@@ -42,10 +50,12 @@ EnvironmentEntry **FindSlot(const char *Name) {
   return Slot;
 }
 
-[[nodiscard]] EFI_STATUS AddEntry(const char *Name, const char *Value, size_t ValueLength, bool FromShell) {
+// Adds Name, or replaces a non-Shell entry by a Shell one unless KeepExisting.
+[[nodiscard]] EFI_STATUS AddEntry(const char *Name, const char *Value, size_t ValueLength, bool FromShell,
+                                  bool KeepExisting) {
   EnvironmentEntry **Slot = FindSlot(Name);
   EnvironmentEntry *Existing = *Slot;
-  if (Existing != nullptr && (Existing->FromShell || !FromShell)) return EFI_SUCCESS;
+  if (Existing != nullptr && (KeepExisting || Existing->FromShell || !FromShell)) return EFI_SUCCESS;
 
   size_t NameSize = strlen(Name) + 1;
   auto *Entry = static_cast<EnvironmentEntry *>(malloc(sizeof(EnvironmentEntry) + NameSize + ValueLength + 1));
@@ -83,7 +93,7 @@ struct Scratch {
   // Grows the name buffer to hold Bytes, keeping the current name: the
   // firmware needs it back to continue the enumeration.
   [[nodiscard]] bool GrowName(UINTN Bytes) {
-    size_t Units = Bytes / sizeof(CHAR16) + 1;
+    size_t Units = (Bytes + sizeof(CHAR16) - 1) / sizeof(CHAR16);
     if (Units <= NameUnits || Units > MAX_NAME_UNITS) return false;
     auto *Grown = static_cast<CHAR16 *>(malloc(Units * sizeof(CHAR16)));
     if (Grown == nullptr) return false;
@@ -94,7 +104,11 @@ struct Scratch {
   }
 };
 
-[[nodiscard]] EFI_STATUS ConsiderVariable(EFI_RUNTIME_SERVICES *Services, Scratch &Work, EFI_GUID &Guid) {
+// Adds the variable just enumerated when it is text. EFI_SUCCESS (taken or
+// skipped); EFI_OUT_OF_RESOURCES; Complete is cleared when its value could
+// not be read for a reason other than its absence or its size.
+[[nodiscard]] EFI_STATUS ConsiderVariable(EFI_RUNTIME_SERVICES *Services, Scratch &Work, EFI_GUID &Guid,
+                                          bool KeepExisting, bool &Complete) {
   if (!NarrowVariableName(Work.Name.Get(), Work.NameUnits < MAX_NAME_UNITS ? Work.NameUnits : MAX_NAME_UNITS,
                           Work.NarrowName.Get())) {
     return EFI_SUCCESS;
@@ -102,10 +116,14 @@ struct Scratch {
   UINTN DataSize = MAX_VALUE_BYTES;
   UINT32 Attributes = 0;
   EFI_STATUS Status = Services->GetVariable(Work.Name.Get(), &Guid, &Attributes, &DataSize, Work.Data.Get());
-  if (EFI_ERROR(Status) || DataSize > MAX_VALUE_BYTES) return EFI_SUCCESS;
+  if (Status != EFI_SUCCESS) {
+    if (Status != EFI_NOT_FOUND && Status != EFI_BUFFER_TOO_SMALL) Complete = false;
+    return EFI_SUCCESS;
+  }
+  if (DataSize > MAX_VALUE_BYTES) return EFI_SUCCESS;
   size_t Length = DecodeVariableText(Work.Data.Get(), DataSize, Work.Text.Get());
   if (Length == 0) return EFI_SUCCESS;
-  return AddEntry(Work.NarrowName.Get(), Work.Text.Get(), Length, IsShellGuid(Guid));
+  return AddEntry(Work.NarrowName.Get(), Work.Text.Get(), Length, IsShellGuid(Guid), KeepExisting);
 }
 
 bool IsTerminated(const CHAR16 *Name, size_t Units) {
@@ -115,10 +133,10 @@ bool IsTerminated(const CHAR16 *Name, size_t Units) {
   return false;
 }
 
-}  // namespace
-
-EFI_STATUS BuildEnvironment() {
-  FreeEnvironment();
+// One enumeration of the firmware's variables into the environment; see
+// the file comment for KeepExisting. Sets gRuntime.EnvironmentComplete.
+[[nodiscard]] EFI_STATUS Enumerate(bool KeepExisting) {
+  gRuntime.EnvironmentComplete = false;
   EFI_RUNTIME_SERVICES *Services = RuntimeServices();
   if (Services == nullptr) return EFI_SUCCESS;
   Scratch Work;
@@ -126,18 +144,32 @@ EFI_STATUS BuildEnvironment() {
 
   Work.Name.Get()[0] = 0;
   EFI_GUID Guid = {};
-  for (size_t Call = 0; Call < MAX_VARIABLES; ++Call) {
+  bool Complete = true;
+  for (size_t Call = 0;; ++Call) {
+    if (Call == MAX_VARIABLES) {
+      Complete = false;
+      break;
+    }
     UINTN NameSize = Work.NameUnits * sizeof(CHAR16);
     EFI_STATUS Status = Services->GetNextVariableName(&NameSize, Work.Name.Get(), &Guid);
-    if (Status == EFI_BUFFER_TOO_SMALL) {
-      if (!Work.GrowName(NameSize)) break;
-      continue;
+    if (Status == EFI_BUFFER_TOO_SMALL && Work.GrowName(NameSize)) continue;
+    if (Status != EFI_SUCCESS || !IsTerminated(Work.Name.Get(), Work.NameUnits)) {
+      // EFI_NOT_FOUND is the end of the list; anything else cut it short.
+      Complete = Complete && Status == EFI_NOT_FOUND;
+      break;
     }
-    if (EFI_ERROR(Status) || !IsTerminated(Work.Name.Get(), Work.NameUnits)) break;
-    Status = ConsiderVariable(Services, Work, Guid);
+    Status = ConsiderVariable(Services, Work, Guid, KeepExisting, Complete);
     if (EFI_ERROR(Status)) return Status;
   }
+  gRuntime.EnvironmentComplete = Complete;
   return EFI_SUCCESS;
+}
+
+}  // namespace
+
+EFI_STATUS BuildEnvironment() {
+  FreeEnvironment();
+  return Enumerate(false);
 }
 
 void FreeEnvironment() {
@@ -155,6 +187,10 @@ namespace crt {
 const char *getenv(const char *Name) {
   if (Name == nullptr) return nullptr;
   detail::EnvironmentEntry *Entry = *detail::FindSlot(Name);
+  if (Entry == nullptr && !detail::gRuntime.EnvironmentComplete && detail::gRuntime.SystemTable != nullptr) {
+    (void)detail::Enumerate(true);
+    Entry = *detail::FindSlot(Name);
+  }
   return Entry != nullptr ? Entry->Value : nullptr;
 }
 

@@ -9,8 +9,6 @@ namespace crt::detail {
 
 namespace {
 
-constexpr size_t MAX_VOLUME_DIGITS = 4;
-
 bool IsSeparator(unsigned Unit) { return Unit == '\\' || Unit == '/'; }
 
 // Builds a path on the volume from pieces, converting and collapsing
@@ -46,8 +44,17 @@ class PathBuilder {
   size_t Length = 0;
 };
 
-// Recognises "fsN:"; Rest is set past the colon. False for any other text
-// before a colon; true with Index = SIZE_MAX when the name has no colon.
+EFI_LOADED_IMAGE *LoadedImage() {
+  EFI_BOOT_SERVICES *Services = BootServices();
+  if (Services == nullptr) return nullptr;
+  EFI_LOADED_IMAGE *Loaded = nullptr;
+  EFI_STATUS Status = Services->HandleProtocol(gRuntime.ImageHandle, &gEfiLoadedImageProtocolGuid,
+                                               reinterpret_cast<void **>(&Loaded));
+  return EFI_ERROR(Status) ? nullptr : Loaded;
+}
+
+}  // namespace
+
 bool ParseVolumePrefix(const char *Name, size_t &Index, const char *&Rest) {
   Index = ~static_cast<size_t>(0);
   Rest = Name;
@@ -65,17 +72,6 @@ bool ParseVolumePrefix(const char *Name, size_t &Index, const char *&Rest) {
   Rest = Colon + 1;
   return true;
 }
-
-EFI_LOADED_IMAGE *LoadedImage() {
-  EFI_BOOT_SERVICES *Services = BootServices();
-  if (Services == nullptr) return nullptr;
-  EFI_LOADED_IMAGE *Loaded = nullptr;
-  EFI_STATUS Status = Services->HandleProtocol(gRuntime.ImageHandle, &gEfiLoadedImageProtocolGuid,
-                                               reinterpret_cast<void **>(&Loaded));
-  return EFI_ERROR(Status) ? nullptr : Loaded;
-}
-
-}  // namespace
 
 CHAR16 *ImageFolderOf(const EFI_DEVICE_PATH *ImagePath) {
   size_t PathBytes = DevicePathBytes(ImagePath);
@@ -122,7 +118,7 @@ EFI_STATUS ResolveFileName(const char *Name, ResolvedFileName &Out) {
 
   HeapPtr<CHAR16> Folder;
   if (Rest != Name) {
-    Out.Volume = VolumeHandle(VolumeIndex);
+    Out.Volume = NumberedVolume(BootServices(), VolumeIndex);
   } else {
     EFI_LOADED_IMAGE *Loaded = LoadedImage();
     if (Loaded == nullptr) return EFI_NOT_FOUND;

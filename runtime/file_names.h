@@ -25,6 +25,12 @@ struct ResolvedFileName {
 // EFI_OUT_OF_RESOURCES.
 [[nodiscard]] EFI_STATUS ResolveFileName(const char *Name, ResolvedFileName &Out);
 
+// Recognises a volume prefix "fsN:" (N of 1 to MAX_VOLUME_DIGITS decimal
+// digits, any letter case): Index is N and Rest points past the colon. A
+// name without a colon has no prefix: true, Index SIZE_MAX, Rest = Name.
+// False for any other text before a colon.
+bool ParseVolumePrefix(const char *Name, size_t &Index, const char *&Rest);
+
 // The folder part of an image's file path ("\tools\test.efi" gives
 // "\tools"; no separator gives ""), on the heap; nullptr when the path holds
 // no file-path node or memory ran out. Reads only within the path's nodes.

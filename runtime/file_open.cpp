@@ -15,27 +15,40 @@ namespace crt::detail {
 
 namespace {
 
+// The fixed part of EFI_FILE_INFO, before the name. (gnu-efi's
+// SIZE_OF_EFI_FILE_INFO takes a member of a null pointer, which is undefined
+// and which UBSan reports.)
+constexpr UINTN FILE_INFO_FIXED_BYTES = offsetof(EFI_FILE_INFO, FileName);
+
 // EFI_FILE_INFO plus a name; the info of a file with a longer name is
 // fetched into a buffer of the size the firmware asks for, up to this.
 constexpr UINTN MAX_FILE_INFO_BYTES = 0x10000;
 
 [[nodiscard]] EFI_STATUS ReadFileInfo(EFI_FILE_PROTOCOL *File, HeapPtr<EFI_FILE_INFO> &Info, UINTN &InfoSize) {
-  InfoSize = SIZE_OF_EFI_FILE_INFO + 256 * sizeof(CHAR16);
+  InfoSize = FILE_INFO_FIXED_BYTES + 256 * sizeof(CHAR16);
   for (int Attempt = 0; Attempt < 2; ++Attempt) {
     Info.Reset(static_cast<EFI_FILE_INFO *>(malloc(InfoSize)));
     if (!Info) return EFI_OUT_OF_RESOURCES;
+    const UINTN Allocated = InfoSize;
     EFI_STATUS Status = File->GetInfo(File, &gEfiFileInfoGuid, &InfoSize, Info.Get());
-    if (Status != EFI_BUFFER_TOO_SMALL) return Status;
-    if (InfoSize > MAX_FILE_INFO_BYTES) return EFI_BAD_BUFFER_SIZE;
+    if (Status == EFI_SUCCESS) {
+      // The fixed part at least, and no more than was handed over.
+      return InfoSize >= FILE_INFO_FIXED_BYTES && InfoSize <= Allocated ? EFI_SUCCESS : EFI_DEVICE_ERROR;
+    }
+    if (Status != EFI_BUFFER_TOO_SMALL) return EFI_ERROR(Status) ? Status : EFI_DEVICE_ERROR;
+    if (InfoSize <= Allocated || InfoSize > MAX_FILE_INFO_BYTES) return EFI_BAD_BUFFER_SIZE;
   }
   return EFI_BUFFER_TOO_SMALL;
 }
 
+// A warning from Open may come without a handle: only a handle counts.
 [[nodiscard]] EFI_STATUS OpenOnRoot(EFI_FILE_PROTOCOL *Root, CHAR16 *Path, OpenMode Mode, FileHandle &File) {
   UINT64 Flags = Mode == OpenMode::Read
                      ? EFI_FILE_MODE_READ
                      : EFI_FILE_MODE_READ | EFI_FILE_MODE_WRITE | EFI_FILE_MODE_CREATE;
-  return Root->Open(Root, File.Out(), Path, Flags, 0);
+  const EFI_STATUS Status = Root->Open(Root, File.Out(), Path, Flags, 0);
+  if (EFI_ERROR(Status)) return Status;
+  return File.Get() != nullptr ? EFI_SUCCESS : EFI_DEVICE_ERROR;
 }
 
 // Empties File: SetInfo with FileSize 0 where the file system allows it,
@@ -44,7 +57,7 @@ constexpr UINTN MAX_FILE_INFO_BYTES = 0x10000;
                                   UINTN InfoSize) {
   if (Info->FileSize == 0) return EFI_SUCCESS;
   Info->FileSize = 0;
-  if (!EFI_ERROR(File.Get()->SetInfo(File.Get(), &gEfiFileInfoGuid, InfoSize, Info))) return EFI_SUCCESS;
+  if (File.Get()->SetInfo(File.Get(), &gEfiFileInfoGuid, InfoSize, Info) == EFI_SUCCESS) return EFI_SUCCESS;
   // Delete closes the handle whatever it returns.
   EFI_STATUS Status = File.Get()->Delete(File.Release());
   if (Status != EFI_SUCCESS) return EFI_ACCESS_DENIED;

@@ -253,10 +253,10 @@ template <class CharT> class Formatter {
     if (Field.LeftAlign) Repeat(' ', Padding);
   }
 
+  // As C's printf and wprintf alike: %ls is a CHAR16 string, %s and %hs
+  // 8-bit ones, whatever the output's character type.
   void String(const FieldFormat &Field, ArgumentList &Args) {
-    bool Wide = sizeof(CharT) == sizeof(CHAR16) ? Field.Length != LengthModifier::Short
-                                                : Field.Length == LengthModifier::Long;
-    if (Wide) {
+    if (Field.Length == LengthModifier::Long) {
       StringBody(Field, va_arg(Args.List, const CHAR16 *));
     } else {
       StringBody(Field, va_arg(Args.List, const char *));

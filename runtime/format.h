@@ -3,9 +3,10 @@
 // The engine is a template on the output character type: char for
 // snprintf/fprintf, CHAR16 for swprintf. Conversions: d i u o x X c s p %,
 // flags - 0 + space #, width and precision (digits or '*'), length
-// modifiers hh h l ll z. String arguments: %s is a string of the output's
-// own character type, %ls always CHAR16 and %hs always 8-bit. A CHAR16
-// string printed into 8-bit output keeps each unit's low 8 bits.
+// modifiers hh h l ll z. String arguments, as in C's printf and wprintf:
+// %ls is a CHAR16 string, %s (and %hs) an 8-bit one, in both families. A
+// CHAR16 string printed into 8-bit output keeps each unit's low 8 bits; an
+// 8-bit string printed into CHAR16 output widens each byte.
 #pragma once
 
 #include "runtime/uefi.h"

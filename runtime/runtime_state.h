@@ -35,6 +35,8 @@ struct RuntimeState {
 
   FILE *Streams = nullptr;  // every open stream, newest first
   EnvironmentEntry *Environment = nullptr;
+  // False when the last enumeration was cut short (environment.cpp).
+  bool EnvironmentComplete = false;
 
   void (*ExitHandlers[MAX_EXIT_HANDLERS])() = {};
   size_t ExitHandlerCount = 0;

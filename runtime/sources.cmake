@@ -4,6 +4,7 @@ set(RUNTIME_SOURCES
   runtime/heap.cpp
   runtime/pages_below_4g.cpp
   runtime/memory.cpp
+  runtime/word_memory.cpp
   runtime/strings.cpp
   runtime/wide_strings.cpp
   runtime/ctype.cpp

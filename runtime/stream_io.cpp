@@ -1,5 +1,7 @@
 // Reading, writing, seeking and formatted output on streams (the buffer
-// discipline is described in stream.h).
+// discipline is described in stream.h). Only EFI_SUCCESS from a file
+// service counts: a warning may come back with nothing read, written or
+// moved, and its outputs unset.
 #include "runtime/crt.h"
 #include "runtime/owners.h"
 #include "runtime/stream.h"
@@ -23,10 +25,10 @@ bool Fail(FILE *Stream) {
   EFI_FILE_PROTOCOL *File = Stream->File;
   UINT64 Position = Stream->BufferStart + Stream->Index;
   if (Stream->Append) {
-    if (EFI_ERROR(File->SetPosition(File, END_OF_FILE_POSITION))) return Fail(Stream);
-    if (EFI_ERROR(File->GetPosition(File, &Position))) return Fail(Stream);
+    if (File->SetPosition(File, END_OF_FILE_POSITION) != EFI_SUCCESS) return Fail(Stream);
+    if (File->GetPosition(File, &Position) != EFI_SUCCESS) return Fail(Stream);
   } else if (Stream->Index != Stream->Length) {
-    if (EFI_ERROR(File->SetPosition(File, Position))) return Fail(Stream);
+    if (File->SetPosition(File, Position) != EFI_SUCCESS) return Fail(Stream);
   }
   Stream->BufferStart = Position;
   Stream->Length = 0;
@@ -41,7 +43,7 @@ bool Fail(FILE *Stream) {
   Stream->Length = 0;
   Stream->Index = 0;
   UINTN Size = STREAM_BUFFER_SIZE;
-  if (EFI_ERROR(Stream->File->Read(Stream->File, &Size, Stream->Buffer))) return Fail(Stream);
+  if (Stream->File->Read(Stream->File, &Size, Stream->Buffer) != EFI_SUCCESS) return Fail(Stream);
   if (Size == 0 || Size > STREAM_BUFFER_SIZE) {
     Stream->AtEnd = true;
     return false;
@@ -63,13 +65,13 @@ bool FlushPending(FILE *Stream) {
   Stream->Length = 0;
   Stream->Writing = false;
   if (Pending == 0) return true;
-  if (Stream->Append && EFI_ERROR(File->SetPosition(File, END_OF_FILE_POSITION))) return Fail(Stream);
+  if (Stream->Append && File->SetPosition(File, END_OF_FILE_POSITION) != EFI_SUCCESS) return Fail(Stream);
   for (size_t Done = 0; Done < Pending;) {
     UINTN Size = Pending - Done;
-    if (EFI_ERROR(File->Write(File, &Size, Stream->Buffer + Done)) || Size == 0) return Fail(Stream);
+    if (File->Write(File, &Size, Stream->Buffer + Done) != EFI_SUCCESS || Size == 0) return Fail(Stream);
     Done += Size < Pending - Done ? Size : Pending - Done;
   }
-  if (Stream->Append) return !EFI_ERROR(File->GetPosition(File, &Stream->BufferStart)) || Fail(Stream);
+  if (Stream->Append) return File->GetPosition(File, &Stream->BufferStart) == EFI_SUCCESS || Fail(Stream);
   Stream->BufferStart += Pending;
   return true;
 }
@@ -132,8 +134,8 @@ int fseek(FILE *Stream, long Offset, int Origin) {
   if (Origin == CRT_SEEK_CUR) {
     Base = detail::LogicalPosition(Stream);
   } else if (Origin == CRT_SEEK_END) {
-    if (EFI_ERROR(File->SetPosition(File, detail::END_OF_FILE_POSITION)) ||
-        EFI_ERROR(File->GetPosition(File, &Base))) {
+    if (File->SetPosition(File, detail::END_OF_FILE_POSITION) != EFI_SUCCESS ||
+        File->GetPosition(File, &Base) != EFI_SUCCESS) {
       Stream->Failed = true;
       return -1;
     }
@@ -153,7 +155,7 @@ int fseek(FILE *Stream, long Offset, int Origin) {
     Stream->Index = static_cast<size_t>(Target - Stream->BufferStart);
     return 0;
   }
-  if (EFI_ERROR(File->SetPosition(File, Target))) {
+  if (File->SetPosition(File, Target) != EFI_SUCCESS) {
     Stream->Failed = true;
     return -1;
   }

@@ -1,5 +1,6 @@
 #include "sim/device_path.h"
 
+#include <cstdio>
 #include <cstring>
 
 namespace sim {
@@ -65,6 +66,17 @@ DevicePathBytes VolumeDevicePath(size_t Index) {
   return Out;
 }
 
+DevicePathBytes PciDevicePath(uint8_t Device, uint8_t Function) {
+  // PNP0A03 (a PCI root bridge) in the EISA encoding ACPI nodes use, UID 0.
+  const uint8_t Acpi[8] = {0xD0, 0x41, 0x03, 0x0A, 0, 0, 0, 0};
+  const uint8_t Pci[2] = {Function, Device};
+  DevicePathBytes Out;
+  PushNode(Out, ACPI_DEVICE_PATH_TYPE, ACPI_SUBTYPE, Acpi, sizeof Acpi);
+  PushNode(Out, HARDWARE_DEVICE_PATH_TYPE, PCI_SUBTYPE, Pci, sizeof Pci);
+  PushEnd(Out);
+  return Out;
+}
+
 DevicePathBytes FilePathDevicePath(const std::u16string &Path) {
   std::vector<uint8_t> Text((Path.size() + 1) * 2, 0);
   std::memcpy(Text.data(), Path.data(), Path.size() * 2);
@@ -114,6 +126,72 @@ std::optional<size_t> MatchDevicePathPrefix(const void *Prefix, const void *Path
   return *PrefixSize;
 }
 
+namespace {
+
+std::string Hex(uint64_t Value) {
+  char Text[24];
+  std::snprintf(Text, sizeof Text, "0x%llX", static_cast<unsigned long long>(Value));
+  return Text;
+}
+
+uint32_t Le32(const uint8_t *At) {
+  return At[0] | (uint32_t{At[1]} << 8) | (uint32_t{At[2]} << 16) | (uint32_t{At[3]} << 24);
+}
+
+std::string GuidText(const uint8_t *At) {
+  char Text[40];
+  std::snprintf(Text, sizeof Text, "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X", Le32(At),
+                At[4] | (At[5] << 8), At[6] | (At[7] << 8), At[8], At[9], At[10], At[11], At[12], At[13], At[14],
+                At[15]);
+  return Text;
+}
+
+// The text a media file-path node holds, up to its NUL.
+std::u16string FileNodeText(const uint8_t *At, const NodeView &Node) {
+  std::u16string Text;
+  for (size_t Offset = 4; Offset + 1 < Node.Length; Offset += 2) {
+    const char16_t Unit = static_cast<char16_t>(At[Offset] | (At[Offset + 1] << 8));
+    if (Unit == 0) break;
+    Text.push_back(Unit);
+  }
+  return Text;
+}
+
+std::string NodeText(const uint8_t *At, const NodeView &Node) {
+  const uint8_t *Data = At + 4;
+  const size_t Size = Node.Length - 4;
+  if (Node.Type == ACPI_DEVICE_PATH_TYPE && Node.SubType == ACPI_SUBTYPE && Size == 8 && Le32(Data) == 0x0A0341D0)
+    return "PciRoot(" + Hex(Le32(Data + 4)) + ")";
+  if (Node.Type == HARDWARE_DEVICE_PATH_TYPE && Node.SubType == PCI_SUBTYPE && Size == 2)
+    return "Pci(" + Hex(Data[1]) + "," + Hex(Data[0]) + ")";
+  if (Node.Type == HARDWARE_DEVICE_PATH_TYPE && Node.SubType == VENDOR_SUBTYPE && Size >= sizeof(EFI_GUID)) {
+    std::string Text = "VenHw(" + GuidText(Data);
+    if (Size > sizeof(EFI_GUID)) Text += ",";
+    for (size_t Index = sizeof(EFI_GUID); Index < Size; ++Index) {
+      char Byte[3];
+      std::snprintf(Byte, sizeof Byte, "%02X", Data[Index]);
+      Text += Byte;
+    }
+    return Text + ")";
+  }
+  return "Path(" + std::to_string(Node.Type) + "," + std::to_string(Node.SubType) + ")";
+}
+
+}  // namespace
+
+std::u16string DevicePathText(const void *Path) {
+  std::u16string Text;
+  const bool WellFormed = WalkNodes(Path, [&](const uint8_t *At, const NodeView &Node) {
+    if (Node.Type == MEDIA_DEVICE_PATH_TYPE && Node.SubType == FILE_PATH_SUBTYPE) {
+      Text += FileNodeText(At, Node);
+      return;
+    }
+    if (!Text.empty()) Text += u'/';
+    for (char C : NodeText(At, Node)) Text += static_cast<char16_t>(C);
+  });
+  return WellFormed ? Text : std::u16string();
+}
+
 std::optional<std::u16string> FilePathText(const void *Path) {
   std::u16string Text;
   bool AllFileNodes = true;
@@ -122,12 +200,7 @@ std::optional<std::u16string> FilePathText(const void *Path) {
       AllFileNodes = false;
       return;
     }
-    std::u16string Part;
-    for (size_t Offset = 4; Offset + 1 < Node.Length; Offset += 2) {
-      const char16_t Unit = static_cast<char16_t>(At[Offset] | (At[Offset + 1] << 8));
-      if (Unit == 0) break;
-      Part.push_back(Unit);
-    }
+    const std::u16string Part = FileNodeText(At, Node);
     const bool NeedsSeparator = !Text.empty() && Text.back() != u'\\' && !Part.empty() && Part.front() != u'\\';
     if (NeedsSeparator) Text.push_back(u'\\');
     Text += Part;

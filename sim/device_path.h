@@ -20,6 +20,9 @@ constexpr uint8_t MEDIA_DEVICE_PATH_TYPE = 0x04;
 constexpr uint8_t FILE_PATH_SUBTYPE = 0x04;
 constexpr uint8_t HARDWARE_DEVICE_PATH_TYPE = 0x01;
 constexpr uint8_t VENDOR_SUBTYPE = 0x04;
+constexpr uint8_t PCI_SUBTYPE = 0x01;
+constexpr uint8_t ACPI_DEVICE_PATH_TYPE = 0x02;
+constexpr uint8_t ACPI_SUBTYPE = 0x01;
 
 using DevicePathBytes = std::vector<uint8_t>;
 
@@ -28,6 +31,9 @@ DevicePathBytes EndOnlyDevicePath();
 // A hardware vendor node carrying Index big-endian, then the end node: such
 // paths sort byte-wise in Index order.
 DevicePathBytes VolumeDevicePath(size_t Index);
+// PciRoot(0x0)/Pci(Device,Function), then the end node: the path of a disk
+// controller, for volumes whose byte order and text order differ.
+DevicePathBytes PciDevicePath(uint8_t Device, uint8_t Function = 0);
 // One media file-path node holding Path (NUL-terminated), then the end node.
 DevicePathBytes FilePathDevicePath(const std::u16string &Path);
 // A without its end node, followed by B.
@@ -42,6 +48,12 @@ std::optional<DevicePathBytes> CopyDevicePath(const void *Path);
 // When the nodes of Prefix (up to its end) equal the first nodes of Path,
 // node by node, the number of bytes they cover; otherwise nullopt.
 std::optional<size_t> MatchDevicePathPrefix(const void *Prefix, const void *Path);
+
+// The text form of a device path, as firmware's device-path-to-text gives
+// it for the node kinds the simulator builds: "PciRoot(0x0)/Pci(0x1F,0x2)",
+// "VenHw(GUID,DATA)", "\\tools\\x.efi"; any other node becomes
+// "Path(TYPE,SUBTYPE)". Empty for a malformed path.
+std::u16string DevicePathText(const void *Path);
 
 // The text of the media file-path nodes at Path, joined with '\' where a
 // node does not already end or start with one; nullopt when Path holds any

@@ -20,12 +20,14 @@ const char *ServiceName(Service S) {
   return Index < static_cast<size_t>(Service::Count) ? Names[Index] : "?";
 }
 
-EFI_STATUS State::Enter(Service Target) {
+EFI_STATUS State::Enter(Service Target, const EFI_GUID *Protocol) {
   ++Calls[static_cast<size_t>(Target)];
-  // Every pending fault of this service counts the call; the first one due wins.
+  // Every pending fault of this service counts the call (one aimed at a
+  // protocol only calls about it); the first one due wins.
   EFI_STATUS Injected = EFI_SUCCESS;
   for (auto It = Faults.begin(); It != Faults.end();) {
-    if (It->Target != Target || --It->CallsLeft != 0) {
+    const bool Aimed = !It->Protocol || (Protocol != nullptr && SameGuid(*It->Protocol, *Protocol));
+    if (It->Target != Target || !Aimed || --It->CallsLeft != 0) {
       ++It;
       continue;
     }
@@ -53,7 +55,12 @@ void Firmware::ResetCounters() { S->Calls.fill(0); }
 
 void Firmware::FailNthCall(Service Target, uint64_t N, EFI_STATUS Status) {
   if (N == 0) return;
-  S->Faults.push_back(PendingFault{Target, N, Status});
+  S->Faults.push_back(PendingFault{Target, N, Status, std::nullopt});
+}
+
+void Firmware::FailNthCall(Service Target, uint64_t N, EFI_STATUS Status, const EFI_GUID &Protocol) {
+  if (N == 0) return;
+  S->Faults.push_back(PendingFault{Target, N, Status, Protocol});
 }
 
 void Firmware::FailAllocationsAfter(uint64_t N) { S->AllocationsLeft = N; }

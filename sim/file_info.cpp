@@ -22,6 +22,11 @@ namespace {
 
 const char16_t VOLUME_LABEL[] = u"SIMVOL";
 
+// The fixed parts before the names. (gnu-efi's SIZE_OF_ macros take a
+// member of a null pointer, which is undefined and which UBSan reports.)
+constexpr size_t FILE_INFO_FIXED_BYTES = offsetof(EFI_FILE_INFO, FileName);
+constexpr size_t FILE_SYSTEM_INFO_FIXED_BYTES = offsetof(EFI_FILE_SYSTEM_INFO, VolumeLabel);
+
 EFI_TIME ToEfiTime(time_t Seconds) {
   struct tm Parts {};
   gmtime_r(&Seconds, &Parts);
@@ -50,14 +55,14 @@ std::vector<uint8_t> BuildFileSystemInfo(const OpenFile &File) {
   struct statvfs Volume {};
   const bool Known = statvfs(File.Owner->Folder.c_str(), &Volume) == 0;
   const size_t Label = sizeof VOLUME_LABEL;
-  std::vector<uint8_t> Out(SIZE_OF_EFI_FILE_SYSTEM_INFO + Label, 0);
+  std::vector<uint8_t> Out(FILE_SYSTEM_INFO_FIXED_BYTES + Label, 0);
   auto *Info = reinterpret_cast<EFI_FILE_SYSTEM_INFO *>(Out.data());
   Info->Size = Out.size();
   Info->ReadOnly = FALSE;
   Info->BlockSize = 512;
   Info->VolumeSize = Known ? static_cast<UINT64>(Volume.f_blocks) * Volume.f_frsize : 0;
   Info->FreeSpace = Known ? static_cast<UINT64>(Volume.f_bavail) * Volume.f_frsize : 0;
-  std::memcpy(Out.data() + SIZE_OF_EFI_FILE_SYSTEM_INFO, VOLUME_LABEL, Label);
+  std::memcpy(Out.data() + FILE_SYSTEM_INFO_FIXED_BYTES, VOLUME_LABEL, Label);
   return Out;
 }
 
@@ -83,12 +88,12 @@ EFI_STATUS Rename(OpenFile &File, const std::u16string &NewName) {
 }
 
 EFI_STATUS SetFileInfo(OpenFile &File, UINTN BufferSize, const VOID *Buffer) {
-  if (Buffer == nullptr || BufferSize < SIZE_OF_EFI_FILE_INFO + sizeof(CHAR16)) return EFI_BAD_BUFFER_SIZE;
+  if (Buffer == nullptr || BufferSize < FILE_INFO_FIXED_BYTES + sizeof(CHAR16)) return EFI_BAD_BUFFER_SIZE;
   const auto *Info = static_cast<const EFI_FILE_INFO *>(Buffer);
-  if (Info->Size < SIZE_OF_EFI_FILE_INFO + sizeof(CHAR16) || Info->Size > BufferSize) return EFI_BAD_BUFFER_SIZE;
+  if (Info->Size < FILE_INFO_FIXED_BYTES + sizeof(CHAR16) || Info->Size > BufferSize) return EFI_BAD_BUFFER_SIZE;
   std::u16string Name;
-  const auto *Units = reinterpret_cast<const uint8_t *>(Buffer) + SIZE_OF_EFI_FILE_INFO;
-  const size_t MaxUnits = (Info->Size - SIZE_OF_EFI_FILE_INFO) / sizeof(CHAR16);
+  const auto *Units = reinterpret_cast<const uint8_t *>(Buffer) + FILE_INFO_FIXED_BYTES;
+  const size_t MaxUnits = (Info->Size - FILE_INFO_FIXED_BYTES) / sizeof(CHAR16);
   bool Terminated = false;
   for (size_t Index = 0; Index < MaxUnits && !Terminated; ++Index) {
     const char16_t Unit = static_cast<char16_t>(Units[2 * Index] | (Units[2 * Index + 1] << 8));
@@ -112,7 +117,7 @@ EFI_STATUS SetFileInfo(OpenFile &File, UINTN BufferSize, const VOID *Buffer) {
 std::vector<uint8_t> BuildFileInfo(const std::string &HostPath, const std::u16string &Name) {
   struct stat Status {};
   if (stat(HostPath.c_str(), &Status) != 0) return {};
-  std::vector<uint8_t> Out(SIZE_OF_EFI_FILE_INFO + (Name.size() + 1) * sizeof(CHAR16), 0);
+  std::vector<uint8_t> Out(FILE_INFO_FIXED_BYTES + (Name.size() + 1) * sizeof(CHAR16), 0);
   auto *Info = reinterpret_cast<EFI_FILE_INFO *>(Out.data());
   const bool Directory = S_ISDIR(Status.st_mode);
   Info->Size = Out.size();
@@ -123,7 +128,7 @@ std::vector<uint8_t> BuildFileInfo(const std::string &HostPath, const std::u16st
   Info->ModificationTime = ToEfiTime(Status.st_mtime);
   Info->Attribute = Directory ? EFI_FILE_DIRECTORY : EFI_FILE_ARCHIVE;
   if ((Status.st_mode & S_IWUSR) == 0) Info->Attribute |= EFI_FILE_READ_ONLY;
-  std::memcpy(Out.data() + SIZE_OF_EFI_FILE_INFO, Name.data(), Name.size() * sizeof(CHAR16));
+  std::memcpy(Out.data() + FILE_INFO_FIXED_BYTES, Name.data(), Name.size() * sizeof(CHAR16));
   return Out;
 }
 

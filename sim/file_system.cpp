@@ -187,10 +187,14 @@ void ConfigureVolumeProtocol(Volume &V) {
 }
 
 EFI_HANDLE Firmware::MountVolume(const std::string &HostFolder) {
+  return MountVolume(HostFolder, VolumeDevicePath(S->Volumes.size()));
+}
+
+EFI_HANDLE Firmware::MountVolume(const std::string &HostFolder, std::vector<uint8_t> DevicePath) {
   auto V = std::make_unique<Volume>();
   V->Index = S->Volumes.size();
   V->Folder = HostFolder;
-  V->DevicePath = VolumeDevicePath(V->Index);
+  V->DevicePath = std::move(DevicePath);
   ConfigureVolumeProtocol(*V);
   EFI_HANDLE Handle = nullptr;
   EFI_STATUS Status = InstallInterface(*S, &Handle, gEfiDevicePathProtocolGuid, V->DevicePath.data());

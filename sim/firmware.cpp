@@ -5,8 +5,6 @@
 #include "sim/firmware_state.h"
 #include "sim/hii_record.h"
 
-#include <sys/mman.h>
-
 #include <cstdio>
 #include <cstdlib>
 
@@ -60,8 +58,8 @@ Firmware::Firmware() : S(std::make_unique<State>()) {
 
 Firmware::~Firmware() {
   CloseAllFiles(*S);
-  for (auto &[Block, Size] : S->Pool) std::free(Block);
-  for (auto &[Address, Pages] : S->PageRuns) munmap(reinterpret_cast<void *>(Address), Pages * EFI_PAGE_SIZE);
+  ReleaseAllPool(*S);
+  ReleaseAllPages(*S);
   gActive = nullptr;
   gActiveState = nullptr;
 }

@@ -117,11 +117,25 @@ class Firmware {
   // without a terminating NUL.
   void SetShellVariable(const std::u16string &Name, const std::u16string &Value);
 
-  // Volumes, numbered fs0:, fs1: ... in the order the UEFI Shell gives them.
-  // Returns the volume's handle.
+  // Volumes. MountVolume gives each a hardware vendor device path carrying
+  // its mount index, so that they sort by mount index byte-wise and as
+  // text, and the Shell and the runtime without a Shell both number them
+  // fs0:, fs1: ... in mount order. The second form takes the device path
+  // (see device_path.h). Returns the volume's handle.
   EFI_HANDLE MountVolume(const std::string &HostFolder);
+  EFI_HANDLE MountVolume(const std::string &HostFolder, std::vector<uint8_t> DevicePath);
   size_t VolumeCount() const;
-  EFI_HANDLE VolumeHandle(size_t Index) const;  // nullptr when out of range
+  EFI_HANDLE VolumeHandle(size_t Index) const;  // in mount order; nullptr when out of range
+
+  // The UEFI Shell's protocol (EFI_SHELL_PROTOCOL) on a handle of its own,
+  // with the map the Shell makes when it starts: the volumes mounted so far,
+  // fs0:, fs1: ... in the order of the text form of their device paths.
+  // Only GetDevicePathFromMap is served; the other entries are NULL. A
+  // second call makes the map again from the volumes mounted by then.
+  // Returns the Shell's handle.
+  EFI_HANDLE InstallShell();
+  // Takes the Shell's handle away again, as if the Shell had exited.
+  void RemoveShell();
 
   // Framework HII database: installs EFI_HII_PROTOCOL (the given GUID) on
   // HandleCount new handles, each serving Export through ExportDatabase with
@@ -134,8 +148,12 @@ class Firmware {
   // Call counters and fault injection.
   uint64_t Calls(Service S) const;
   void ResetCounters();
-  // The Nth call (1-based, counted from now) of S fails with Status.
+  // The Nth call (1-based, counted from now) of S fails with Status, before
+  // any side effect: a warning status, too, comes back with nothing done.
   void FailNthCall(Service S, uint64_t N, EFI_STATUS Status);
+  // The same, counting only the calls about Protocol (LocateHandle,
+  // HandleProtocol, LocateProtocol, LocateDevicePath and the installs).
+  void FailNthCall(Service S, uint64_t N, EFI_STATUS Status, const EFI_GUID &Protocol);
   // Every AllocatePool/AllocatePages after the next N succeed fails.
   void FailAllocationsAfter(uint64_t N);
   void ClearFaults();

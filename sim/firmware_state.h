@@ -12,6 +12,7 @@ extern "C" {
 #include <array>
 #include <setjmp.h>
 #include <deque>
+#include <map>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -59,11 +60,13 @@ struct Volume {
 
 struct OpenFile;
 struct HiiRecord;
+struct PoolHeader;
 
 struct PendingFault {
   Service Target;
   uint64_t CallsLeft;  // fails when this reaches 0
   EFI_STATUS Status;
+  std::optional<EFI_GUID> Protocol;  // counts only calls about this protocol
 };
 
 struct Firmware::State {
@@ -71,7 +74,9 @@ struct Firmware::State {
   ~State();
 
   // Counts the call and returns the injected failure for it, or EFI_SUCCESS.
-  [[nodiscard]] EFI_STATUS Enter(Service S);
+  // Services that take a protocol GUID pass it, for faults aimed at one
+  // protocol.
+  [[nodiscard]] EFI_STATUS Enter(Service S, const EFI_GUID *Protocol = nullptr);
   // For allocations: EFI_OUT_OF_RESOURCES once the allocation budget is spent.
   [[nodiscard]] EFI_STATUS AllocationAllowed() const;
   void AllocationSucceeded();
@@ -85,10 +90,13 @@ struct Firmware::State {
   std::string Console;
 
   // Memory.
-  std::unordered_map<void *, size_t> Pool;
+  PoolHeader *PoolBlocks = nullptr;  // live blocks, newest first (pool.cpp)
+  size_t PoolBlockCount = 0;
   size_t PoolBytes = 0;
   size_t PeakPoolBytes = 0;
   std::unordered_map<uint64_t, uint64_t> PageRuns;  // address -> pages
+  std::multimap<uint64_t, uint64_t> KeptRuns;      // pages -> address: freed, still mapped
+  uint64_t KeptBytes = 0;
 
   // Handle database.
   std::vector<std::unique_ptr<HandleRecord>> Handles;  // creation order
@@ -110,6 +118,11 @@ struct Firmware::State {
   // Volumes and open files.
   std::vector<std::unique_ptr<Volume>> Volumes;
   std::unordered_map<OpenFile *, std::unique_ptr<OpenFile>> Files;
+
+  // The UEFI Shell's protocol and its map: the device path of fsN: at N.
+  std::unique_ptr<EFI_SHELL_PROTOCOL> Shell;
+  EFI_HANDLE ShellHandle = nullptr;
+  std::vector<std::vector<uint8_t>> ShellMap;
 
   // Framework HII.
   std::vector<uint8_t> HiiExport;
@@ -148,8 +161,17 @@ void *FindInterface(const State &S, EFI_HANDLE Handle, const EFI_GUID &Guid);
 void RemoveHandle(State &S, EFI_HANDLE Handle);
 bool SameGuid(const EFI_GUID &A, const EFI_GUID &B);
 
-// Pool memory for results the caller frees with FreePool.
+// Pool memory for results the caller frees with FreePool (pool.cpp).
 [[nodiscard]] EFI_STATUS AllocatePoolInternal(State &S, size_t Size, void **Buffer);
+// Whether Block is a live pool block: its header carries the signature.
+bool IsPoolBlock(const void *Block);
+// FreePool without counting or fault injection: EFI_INVALID_PARAMETER for
+// anything but a live pool block.
+[[nodiscard]] EFI_STATUS ReleasePoolBlock(State &S, void *Block);
+// Frees every live block (platform teardown).
+void ReleaseAllPool(State &S);
+// Unmaps every page run, live or kept for reuse (platform teardown).
+void ReleaseAllPages(State &S);
 
 // Files: closes every handle still open on the volumes (platform teardown).
 void CloseAllFiles(State &S);

@@ -45,7 +45,7 @@ EFI_STATUS CheckSearch(EFI_LOCATE_SEARCH_TYPE SearchType, const EFI_GUID *Protoc
 EFI_STATUS EFIAPI InstallProtocolInterface(EFI_HANDLE *Handle, EFI_GUID *Protocol, EFI_INTERFACE_TYPE InterfaceType,
                                            VOID *Interface) {
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::InstallProtocolInterface);
+  const EFI_STATUS Injected = S.Enter(Service::InstallProtocolInterface, Protocol);
   if (Injected != EFI_SUCCESS) return Injected;
   if (Handle == nullptr || Protocol == nullptr || InterfaceType != EFI_NATIVE_INTERFACE) return EFI_INVALID_PARAMETER;
   return InstallInterface(S, Handle, *Protocol, Interface);
@@ -53,7 +53,7 @@ EFI_STATUS EFIAPI InstallProtocolInterface(EFI_HANDLE *Handle, EFI_GUID *Protoco
 
 EFI_STATUS EFIAPI UninstallProtocolInterface(EFI_HANDLE Handle, EFI_GUID *Protocol, VOID *Interface) {
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::UninstallProtocolInterface);
+  const EFI_STATUS Injected = S.Enter(Service::UninstallProtocolInterface, Protocol);
   if (Injected != EFI_SUCCESS) return Injected;
   if (Protocol == nullptr) return EFI_INVALID_PARAMETER;
   HandleRecord *Record = FindHandle(S, Handle);
@@ -67,7 +67,7 @@ EFI_STATUS EFIAPI UninstallProtocolInterface(EFI_HANDLE Handle, EFI_GUID *Protoc
 
 EFI_STATUS EFIAPI HandleProtocol(EFI_HANDLE Handle, EFI_GUID *Protocol, VOID **Interface) {
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::HandleProtocol);
+  const EFI_STATUS Injected = S.Enter(Service::HandleProtocol, Protocol);
   if (Injected != EFI_SUCCESS) return Injected;
   if (Protocol == nullptr || Interface == nullptr) return EFI_INVALID_PARAMETER;
   *Interface = nullptr;
@@ -108,7 +108,7 @@ EFI_STATUS EFIAPI LocateHandle(EFI_LOCATE_SEARCH_TYPE SearchType, EFI_GUID *Prot
                                UINTN *BufferSize, EFI_HANDLE *Buffer) {
   (void)SearchKey;
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::LocateHandle);
+  const EFI_STATUS Injected = S.Enter(Service::LocateHandle, Protocol);
   if (Injected != EFI_SUCCESS) return Injected;
   if (BufferSize == nullptr || (*BufferSize != 0 && Buffer == nullptr)) return EFI_INVALID_PARAMETER;
   const EFI_STATUS Search = CheckSearch(SearchType, Protocol);
@@ -146,7 +146,7 @@ EFI_STATUS EFIAPI LocateHandleBuffer(EFI_LOCATE_SEARCH_TYPE SearchType, EFI_GUID
 EFI_STATUS EFIAPI LocateProtocol(EFI_GUID *Protocol, VOID *Registration, VOID **Interface) {
   (void)Registration;
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::LocateProtocol);
+  const EFI_STATUS Injected = S.Enter(Service::LocateProtocol, Protocol);
   if (Injected != EFI_SUCCESS) return Injected;
   if (Protocol == nullptr || Interface == nullptr) return EFI_INVALID_PARAMETER;
   *Interface = nullptr;
@@ -161,7 +161,7 @@ EFI_STATUS EFIAPI LocateProtocol(EFI_GUID *Protocol, VOID *Registration, VOID **
 
 EFI_STATUS EFIAPI LocateDevicePath(EFI_GUID *Protocol, EFI_DEVICE_PATH **DevicePath, EFI_HANDLE *Device) {
   State &S = ActiveState();
-  const EFI_STATUS Injected = S.Enter(Service::LocateDevicePath);
+  const EFI_STATUS Injected = S.Enter(Service::LocateDevicePath, Protocol);
   if (Injected != EFI_SUCCESS) return Injected;
   if (Protocol == nullptr || DevicePath == nullptr || *DevicePath == nullptr || Device == nullptr)
     return EFI_INVALID_PARAMETER;

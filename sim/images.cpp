@@ -5,6 +5,8 @@
 // name. Exit unwinds to the StartImage that runs the image with longjmp, as
 // firmware switches back to the caller's stack; no frame between them may
 // rely on a destructor running.
+#include "runtime/file_names.h"
+#include "runtime/volumes.h"
 #include "sim/device_path.h"
 #include "sim/firmware_state.h"
 #include "sim/text.h"
@@ -138,9 +140,7 @@ EFI_STATUS EFIAPI StartImage(EFI_HANDLE ImageHandle, UINTN *ExitDataSize, CHAR16
   if (ExitData != nullptr) {
     *ExitData = Image->ExitData;
   } else if (Image->ExitData != nullptr) {
-    S.PoolBytes -= S.Pool[Image->ExitData];
-    S.Pool.erase(Image->ExitData);
-    std::free(Image->ExitData);
+    (void)ReleasePoolBlock(S, Image->ExitData);
   }
   // Firmware unloads an image whose entry point failed, and an application
   // whenever its entry point returns.
@@ -161,7 +161,7 @@ EFI_STATUS EFIAPI Exit(EFI_HANDLE ImageHandle, EFI_STATUS ExitStatus, UINTN Exit
   if (S.Running.empty() || S.Running.back() != Image || Image->ExitJump == nullptr) return EFI_INVALID_PARAMETER;
   Image->ExitStatus = ExitStatus;
   Image->ExitDataSize = ExitData == nullptr ? 0 : ExitDataSize;
-  Image->ExitData = S.Pool.count(ExitData) != 0 ? ExitData : nullptr;
+  Image->ExitData = IsPoolBlock(ExitData) ? ExitData : nullptr;
   siglongjmp(*Image->ExitJump, 1);
 }
 
@@ -181,7 +181,7 @@ EFI_STATUS EFIAPI UnloadImage(EFI_HANDLE ImageHandle) {
   // The unload handler may have changed the image list; look the image up again.
   Image = FindImage(S, ImageHandle);
   if (Image != nullptr) DiscardImage(S, Image);
-  return EFI_SUCCESS;
+  return Status;  // a warning from the handler comes back with the image gone
 }
 
 }  // namespace
@@ -220,21 +220,22 @@ void Firmware::RegisterImage(const ImageDescriptor &Image) {
   S->Registered.push_back(Image);
 }
 
+// The volume and the rest of the name are found by the runtime's own
+// routines, so "fs1:" names the same volume for the loader as for a file
+// the driver opens: the Shell's map when a Shell is installed.
 EFI_STATUS Firmware::LoadImageFile(const std::string &Path, EFI_HANDLE *Handle) {
   size_t VolumeIndex = 0;
-  std::string Rest = Path;
-  const size_t Colon = Path.find(':');
-  if (Colon != std::string::npos) {
-    const std::string Prefix = Path.substr(0, Colon);
-    if (Prefix.size() < 3 || (Prefix[0] != 'f' && Prefix[0] != 'F') || (Prefix[1] != 's' && Prefix[1] != 'S'))
-      return EFI_NOT_FOUND;
-    VolumeIndex = static_cast<size_t>(std::strtoul(Prefix.c_str() + 2, nullptr, 10));
-    Rest = Path.substr(Colon + 1);
-  }
-  if (VolumeIndex >= S->Volumes.size()) return EFI_NOT_FOUND;
-  std::replace(Rest.begin(), Rest.end(), '/', '\\');
-  if (Rest.empty() || Rest.front() != '\\') Rest.insert(Rest.begin(), '\\');
-  const DevicePathBytes Full = AppendDevicePath(S->Volumes[VolumeIndex]->DevicePath, FilePathDevicePath(FromUtf8(Rest)));
+  const char *Rest = nullptr;
+  if (!crt::detail::ParseVolumePrefix(Path.c_str(), VolumeIndex, Rest)) return EFI_NOT_FOUND;
+  if (Rest == Path.c_str()) VolumeIndex = 0;  // a bare name is looked for on fs0:
+  EFI_HANDLE VolumeHandle = crt::detail::NumberedVolume(SystemTableInstance()->BootServices, VolumeIndex);
+  const auto Source = std::find_if(S->Volumes.begin(), S->Volumes.end(),
+                                   [&](const std::unique_ptr<Volume> &V) { return V->Handle == VolumeHandle; });
+  if (VolumeHandle == nullptr || Source == S->Volumes.end()) return EFI_NOT_FOUND;
+  std::string OnVolume = Rest;
+  std::replace(OnVolume.begin(), OnVolume.end(), '/', '\\');
+  if (OnVolume.empty() || OnVolume.front() != '\\') OnVolume.insert(OnVolume.begin(), '\\');
+  const DevicePathBytes Full = AppendDevicePath((*Source)->DevicePath, FilePathDevicePath(FromUtf8(OnVolume)));
   EFI_HANDLE Parent = S->Running.empty() ? S->PlatformImage : S->Running.back()->Handle;
   auto *DevicePath = reinterpret_cast<EFI_DEVICE_PATH *>(const_cast<uint8_t *>(Full.data()));
   return SystemTableInstance()->BootServices->LoadImage(FALSE, Parent, DevicePath, nullptr, 0, Handle);

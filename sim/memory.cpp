@@ -1,14 +1,18 @@
 // Pool and page memory.
 //
-// Pool blocks come from malloc so that AddressSanitizer sees every overflow
-// of a firmware buffer. Pages come from mmap; "below 4 GiB" is honoured for
-// real (MAP_32BIT first, then hinted fixed mappings walking down from the
-// limit), because clients dereference 32-bit addresses handed to them.
+// Pool blocks are kept by pool.cpp. Pages come from mmap; "below 4 GiB" is
+// honoured for real (MAP_32BIT first, then hinted fixed mappings walking
+// down from the limit), because clients dereference 32-bit addresses handed
+// to them. Freed runs stay mapped, up to MAX_KEPT_BYTES, and serve later
+// requests of the same size, as firmware hands freed pages out again:
+// mapping and unmapping every run made each load of the forms pay for page
+// faults and TLB flushes. A kept run is poisoned for AddressSanitizer, so a
+// use after FreePages is still seen there.
 #include "sim/firmware_state.h"
+#include "sim/poison.h"
 
 #include <sys/mman.h>
 
-#include <cstdlib>
 #include <cstring>
 
 namespace sim {
@@ -19,6 +23,7 @@ constexpr uint64_t PAGE = EFI_PAGE_SIZE;
 constexpr int MAX_HINT_ATTEMPTS = 4096;
 constexpr uint64_t HINT_STEP = 16 * 1024 * 1024;
 constexpr uint64_t LOWEST_HINT = 16 * 1024 * 1024;
+constexpr uint64_t MAX_KEPT_BYTES = 64 * 1024 * 1024;
 
 bool ValidMemoryType(EFI_MEMORY_TYPE Type) {
   const auto Value = static_cast<uint32_t>(Type);
@@ -58,6 +63,41 @@ void *MapBelow(uint64_t Limit, uint64_t Bytes) {
   return nullptr;
 }
 
+void Unmap(uint64_t Address, uint64_t Bytes) {
+  Unpoison(reinterpret_cast<void *>(Address), Bytes);
+  munmap(reinterpret_cast<void *>(Address), Bytes);
+}
+
+// A kept run of Pages pages whose last byte is at or below Limit, taken off
+// the list; nullptr when there is none.
+void *TakeKeptRun(State &S, uint64_t Pages, uint64_t Limit) {
+  const auto [First, Last] = S.KeptRuns.equal_range(Pages);
+  for (auto It = First; It != Last; ++It) {
+    const uint64_t Address = It->second;
+    if (Address + Pages * PAGE - 1 > Limit) continue;
+    S.KeptRuns.erase(It);
+    S.KeptBytes -= Pages * PAGE;
+    Unpoison(reinterpret_cast<void *>(Address), Pages * PAGE);
+    return reinterpret_cast<void *>(Address);
+  }
+  return nullptr;
+}
+
+// Unmaps the kept runs that overlap [Address, Address + Bytes), so that the
+// range can be mapped exactly.
+void DropKeptRuns(State &S, uint64_t Address, uint64_t Bytes) {
+  for (auto It = S.KeptRuns.begin(); It != S.KeptRuns.end();) {
+    const uint64_t RunBytes = It->first * PAGE;
+    if (It->second >= Address + Bytes || It->second + RunBytes <= Address) {
+      ++It;
+      continue;
+    }
+    Unmap(It->second, RunBytes);
+    S.KeptBytes -= RunBytes;
+    It = S.KeptRuns.erase(It);
+  }
+}
+
 EFI_STATUS EFIAPI AllocatePool(EFI_MEMORY_TYPE PoolType, UINTN Size, VOID **Buffer) {
   State &S = ActiveState();
   const EFI_STATUS Injected = S.Enter(Service::AllocatePool);
@@ -70,12 +110,7 @@ EFI_STATUS EFIAPI FreePool(VOID *Buffer) {
   State &S = ActiveState();
   const EFI_STATUS Injected = S.Enter(Service::FreePool);
   if (Injected != EFI_SUCCESS) return Injected;
-  auto It = S.Pool.find(Buffer);
-  if (Buffer == nullptr || It == S.Pool.end()) return EFI_INVALID_PARAMETER;
-  S.PoolBytes -= It->second;
-  S.Pool.erase(It);
-  std::free(Buffer);
-  return EFI_SUCCESS;
+  return ReleasePoolBlock(S, Buffer);
 }
 
 EFI_STATUS EFIAPI AllocatePages(EFI_ALLOCATE_TYPE Type, EFI_MEMORY_TYPE MemoryType, UINTN Pages,
@@ -90,10 +125,17 @@ EFI_STATUS EFIAPI AllocatePages(EFI_ALLOCATE_TYPE Type, EFI_MEMORY_TYPE MemoryTy
   const uint64_t Bytes = Pages * PAGE;
   void *Mapped = nullptr;
   switch (Type) {
-    case AllocateAnyPages: Mapped = MapAnywhere(Bytes); break;
-    case AllocateMaxAddress: Mapped = MapBelow(*Memory, Bytes); break;
+    case AllocateAnyPages:
+      Mapped = TakeKeptRun(S, Pages, UINT64_MAX);
+      if (Mapped == nullptr) Mapped = MapAnywhere(Bytes);
+      break;
+    case AllocateMaxAddress:
+      Mapped = TakeKeptRun(S, Pages, *Memory);
+      if (Mapped == nullptr) Mapped = MapBelow(*Memory, Bytes);
+      break;
     case AllocateAddress:
       if (*Memory % PAGE != 0) return EFI_NOT_FOUND;
+      DropKeptRuns(S, *Memory, Bytes);
       Mapped = MapExactly(*Memory, Bytes);
       break;
     default: return EFI_INVALID_PARAMETER;
@@ -114,8 +156,15 @@ EFI_STATUS EFIAPI FreePages(EFI_PHYSICAL_ADDRESS Memory, UINTN Pages) {
   auto It = S.PageRuns.find(Memory);
   // Stricter than firmware, which frees any sub-range: only whole runs here.
   if (It == S.PageRuns.end() || It->second != Pages) return EFI_NOT_FOUND;
-  munmap(reinterpret_cast<void *>(Memory), Pages * PAGE);
   S.PageRuns.erase(It);
+  const uint64_t Bytes = Pages * PAGE;
+  if (S.KeptBytes + Bytes > MAX_KEPT_BYTES) {
+    Unmap(Memory, Bytes);
+    return EFI_SUCCESS;
+  }
+  Poison(reinterpret_cast<void *>(Memory), Bytes);
+  S.KeptRuns.emplace(Pages, Memory);
+  S.KeptBytes += Bytes;
   return EFI_SUCCESS;
 }
 
@@ -129,20 +178,6 @@ VOID EFIAPI SetMem(VOID *Buffer, UINTN Size, UINT8 Value) {
 
 }  // namespace
 
-EFI_STATUS AllocatePoolInternal(State &S, size_t Size, void **Buffer) {
-  const EFI_STATUS Budget = S.AllocationAllowed();
-  if (Budget != EFI_SUCCESS) return Budget;
-  // Firmware hands out a valid block even for 0 bytes.
-  void *Block = std::malloc(Size == 0 ? 1 : Size);
-  if (Block == nullptr) return EFI_OUT_OF_RESOURCES;
-  S.Pool[Block] = Size;
-  S.PoolBytes += Size;
-  if (S.PoolBytes > S.PeakPoolBytes) S.PeakPoolBytes = S.PoolBytes;
-  S.AllocationSucceeded();
-  *Buffer = Block;
-  return EFI_SUCCESS;
-}
-
 void WireMemoryServices(EFI_BOOT_SERVICES &Boot) {
   Boot.AllocatePool = AllocatePool;
   Boot.FreePool = FreePool;
@@ -152,10 +187,14 @@ void WireMemoryServices(EFI_BOOT_SERVICES &Boot) {
   Boot.SetMem = SetMem;
 }
 
-size_t Firmware::LivePoolBlocks() const { return S->Pool.size(); }
 size_t Firmware::LivePageRuns() const { return S->PageRuns.size(); }
-size_t Firmware::LivePoolBytes() const { return S->PoolBytes; }
-size_t Firmware::PeakPoolBytes() const { return S->PeakPoolBytes; }
-void Firmware::ResetPeak() { S->PeakPoolBytes = S->PoolBytes; }
+
+void ReleaseAllPages(State &S) {
+  for (const auto &[Address, Pages] : S.PageRuns) Unmap(Address, Pages * PAGE);
+  for (const auto &[Pages, Address] : S.KeptRuns) Unmap(Address, Pages * PAGE);
+  S.PageRuns.clear();
+  S.KeptRuns.clear();
+  S.KeptBytes = 0;
+}
 
 }  // namespace sim

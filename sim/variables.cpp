@@ -8,10 +8,11 @@
 namespace sim {
 namespace {
 
-// Caller strings have no size: longer names are treated as unterminated.
-constexpr size_t MAX_NAME_UNITS = 1024;
 // Name and data together, like a firmware's maximum variable size.
 constexpr size_t MAX_VARIABLE_BYTES = 64 * 1024;
+// Caller strings have no size: a name is read up to the longest that fits a
+// variable at all, and one that is not terminated by then is refused.
+constexpr size_t MAX_NAME_UNITS = MAX_VARIABLE_BYTES / sizeof(CHAR16);
 constexpr uint64_t STORE_BYTES = 1024 * 1024;
 
 constexpr UINT32 KNOWN_ATTRIBUTES = EFI_VARIABLE_NON_VOLATILE | EFI_VARIABLE_BOOTSERVICE_ACCESS |

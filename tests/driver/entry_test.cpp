@@ -1,9 +1,14 @@
 // Loading, refusing and unloading the driver image.
 #include "driver/image_state.h"
 #include "driver/settings_engine.h"
+#include "sim/device_path.h"
 #include "tests/support/driver_harness.h"
 
+#include <functional>
+
 namespace {
+
+EFI_GUID gProtocolGuid = BIOS_CONFIG_PROTOCOL_GUID;
 
 size_t InstalledInstances(sim::Firmware &Fw) {
   EFI_GUID Guid = BIOS_CONFIG_PROTOCOL_GUID;
@@ -70,6 +75,93 @@ TEST_F(DriverEntryTest, UnloadClosesTheSessionAndTheDriverLoadsAgainFresh) {
   EXPECT_EQ(gImage.ReloadRequired, 0);
   EXPECT_EQ(gImage.DeferAfterReloadChange, 1);
   EXPECT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
+}
+
+// The entry point's early exits and the failed installation, each made to
+// happen by one fault; afterwards nothing is installed and nothing is left
+// in the pool (the harness checks that after every test).
+class DriverEntryFaultTest : public DriverTest {
+ protected:
+  void SetUp() override {
+    DriverTest::SetUp();
+    ASSERT_EQ(UnloadDriver(), EFI_SUCCESS);
+  }
+  // Loads a copy of the driver, lets Arm prepare the platform, starts it.
+  EFI_STATUS Start(const std::function<void()> &Arm) {
+    EFI_HANDLE Image = nullptr;
+    EXPECT_EQ(Fw().LoadImageFile("fs0:\\tools\\bioscfg.efi", &Image), EFI_SUCCESS);
+    Arm();
+    const EFI_STATUS Status = Fw().StartImage(Image);
+    Fw().ClearFaults();
+    return Status;
+  }
+};
+
+TEST_F(DriverEntryFaultTest, EachCheckEndsTheLoadWithItsStatus) {
+  const EFI_GUID DeviceIo = DEVICE_IO_PROTOCOL;
+  static sim::DevicePathBytes EndOnly = sim::EndOnlyDevicePath();
+  sim::Firmware &F = Fw();
+  struct Case {
+    const char *What;
+    std::function<void()> Arm;
+    EFI_STATUS Expected;
+  };
+  const Case Cases[] = {
+      // Anything but "not found" from the already-installed check means installed.
+      {"instance lookup fails", [&] { F.FailNthCall(sim::Service::LocateHandle, 1, EFI_DEVICE_ERROR, gProtocolGuid); },
+       EFI_ALREADY_STARTED},
+      {"instance lookup finds several",
+       [&] { F.FailNthCall(sim::Service::LocateHandle, 1, EFI_BUFFER_TOO_SMALL, gProtocolGuid); }, EFI_ALREADY_STARTED},
+      {"instance lookup warns",
+       [&] { F.FailNthCall(sim::Service::LocateHandle, 1, EFI_WARN_BUFFER_TOO_SMALL, gProtocolGuid); },
+       EFI_ALREADY_STARTED},
+      {"no device I/O device path",
+       [&] { F.FailNthCall(sim::Service::LocateDevicePath, 1, EFI_NOT_FOUND, DeviceIo); }, EFI_UNSUPPORTED},
+      {"device I/O interface refused",
+       [&] { F.FailNthCall(sim::Service::HandleProtocol, 1, EFI_UNSUPPORTED, DeviceIo); }, EFI_UNSUPPORTED},
+      {"installation fails", [&] { F.FailNthCall(sim::Service::InstallProtocolInterface, 1, EFI_OUT_OF_RESOURCES); },
+       EFI_OUT_OF_RESOURCES},
+      {"installation refused",
+       [&] { F.FailNthCall(sim::Service::InstallProtocolInterface, 1, EFI_INVALID_PARAMETER); },
+       EFI_INVALID_PARAMETER},
+      {"device I/O interface is NULL",
+       [&] {
+         F.RemoveRootDeviceIo();
+         EFI_HANDLE Root = F.InstallProtocol(nullptr, gEfiDevicePathProtocolGuid, EndOnly.data());
+         F.InstallProtocol(Root, DeviceIo, nullptr);
+       },
+       EFI_UNSUPPORTED},
+  };
+  for (const Case &C : Cases) {
+    EXPECT_EQ(Start(C.Arm), C.Expected) << C.What;
+    EXPECT_EQ(InstalledInstances(Fw()), 0u) << C.What;
+    EXPECT_EQ(Fw().LivePoolBlocks(), 0u) << C.What << ": pool left behind";
+  }
+}
+
+TEST_F(DriverEntryFaultTest, NoLoadedImageProtocolIsALoadError) {
+  const EFI_STATUS Status = Start([&] {
+    const EFI_HANDLE Image = Fw().HandlesWith(gEfiLoadedImageProtocolGuid).back();
+    void *Loaded = Fw().FindProtocol(Image, gEfiLoadedImageProtocolGuid);
+    ASSERT_EQ(Fw().SystemTable()->BootServices->UninstallProtocolInterface(Image, &gEfiLoadedImageProtocolGuid, Loaded),
+              EFI_SUCCESS);
+  });
+  EXPECT_EQ(Status, EFI_LOAD_ERROR);
+  EXPECT_EQ(InstalledInstances(Fw()), 0u);
+}
+
+TEST_F(DriverEntryFaultTest, UnloadReturnsTheUninstallStatusUnchanged) {
+  for (const EFI_STATUS Fault : {EFI_ACCESS_DENIED, EFI_INVALID_PARAMETER, EFI_STATUS{EFI_WARN_DELETE_FAILURE}}) {
+    ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
+    Fw().FailNthCall(sim::Service::UninstallProtocolInterface, 1, Fault);
+    EXPECT_EQ(Fw().UnloadImage(DriverHandle()), Fault);
+    if (EFI_ERROR(Fault)) {
+      EXPECT_EQ(UnloadDriver(), EFI_SUCCESS) << "the retry";
+    } else {
+      ForgetDriver();  // a warning still unloads the image
+    }
+    EXPECT_EQ(Fw().LivePoolBlocks(), 0u) << "the runtime is shut down either way";
+  }
 }
 
 }  // namespace

@@ -43,6 +43,8 @@ TEST_F(ErrorTextTest, FormatsWithBothTheEightBitScanAndTheWideFormatter) {
       {[] { return SetLastErrorText(W(u"%hx %hs"), "a", "b"); }, u"a b"},
       {[] { return SetLastErrorText(W(u"%u"), 4294967295u); }, u"4294967295"},
       {[] { return SetLastErrorText(W(u"Var %ls out"), W(u"Boot Mode")); }, u"Var Boot Mode out"},
+      // The wide formatter reads %s as an 8-bit string, as C's vswprintf does.
+      {[] { return SetLastErrorText(W(u"%s: %ls"), "INI", W(u"Boot Mode")); }, u"INI: Boot Mode"},
       {[] { return SetLastErrorText(W(u"%d%%"), -7); }, u"-7%"},
       {[&] { return SetLastErrorText(W(Long.c_str())); }, Long.substr(0, 511)},
       {[&] { return SetLastErrorText(W(u"%hs"), LongNarrow.c_str()); }, std::u16string(511, u'b')},
@@ -52,6 +54,48 @@ TEST_F(ErrorTextTest, FormatsWithBothTheEightBitScanAndTheWideFormatter) {
     EXPECT_EQ(ErrorText(), Expected);
   }
   for (const auto &Buffer : gImage.ErrorText) EXPECT_EQ(Buffer[511], 0);
+}
+
+// Each format against the arguments a caller would pass, as the two
+// expansions of SetLastErrorText take them.
+TEST(FormatTakes, CountsTheArgumentsEachExpansionTakes) {
+  const struct {
+    const char16_t *Format;
+    const char *Arguments;
+    bool Takes;
+  } Cases[] = {
+      {u"No session\n", "", true},
+      {u"100%% done", "", true},
+      {u"Var %ls out", "W", true},
+      {u"Var %ls out", "", false},
+      {u"%ls and %ls", "W", false},
+      {u"Value %u for %ls", "UW", true},
+      {u"%ls for %u", "UW", false},
+      {u"[%-8.3ls|%5d|%x|%c]", "WUUU", true},
+      {u"%s here", "N", true},  // the wide formatter's %s is 8-bit
+      {u"%s here", "W", false},
+      {u"%*d", "U", false},
+      {u"%.*ls", "W", false},
+      {u"%*d", "", false},  // a '*' takes an argument of its own
+      {u"%.*ls", "", false},
+      {u"%ld", "U", false},
+      {u"%lls", "N", false},
+      {u"%zu", "U", false},
+      {u"%p", "U", false},
+      {u"%q and %ls", "W", true},  // unknown: shown, takes nothing
+      {u"ends in %l", "", true},
+      // The 8-bit scan: %hs, %d, %u take arguments, everything else is text.
+      {u"INI %hs, line %d", "NU", true},
+      {u"%ls then %hs", "N", true},
+      {u"%hx %hs", "NN", true},
+      {u"%hs", "", false},
+      {u"%hs ends with %h", "N", true},
+  };
+  for (const auto &C : Cases) {
+    EXPECT_EQ(FormatTakes(W(C.Format), C.Arguments), C.Takes)
+        << std::string(C.Format, C.Format + std::char_traits<char16_t>::length(C.Format)) << " / " << C.Arguments;
+  }
+  EXPECT_FALSE(FormatTakes(nullptr, ""));
 }
 
 TEST_F(ErrorTextTest, HandedOutTextStaysUntilTheNextFetch) {

@@ -10,9 +10,10 @@ namespace {
 using ConditionsTest = FormsTest;
 using Flags = std::vector<uint32_t>;
 
-// A is "byte 0 == 1", B is "byte 1 == 1".
+// A is "byte 0 == 1", B is "byte 1 == 1", C is "byte 2 == 1".
 void A(IfrBuilder &Ifr) { Ifr.EqIdVal(0, 1, 1); }
 void B(IfrBuilder &Ifr) { Ifr.EqIdVal(1, 1, 1); }
+void C(IfrBuilder &Ifr) { Ifr.EqIdVal(2, 1, 1); }
 
 TEST_F(ConditionsTest, OperatorsCombineTermsAsWritten) {
   struct Expression {
@@ -45,6 +46,64 @@ TEST_F(ConditionsTest, OperatorsCombineTermsAsWritten) {
       Ifr.CheckBox(0, 1, u"Q").EndIf().EndForm().EndFormSet();
       Load(Export);
       EXPECT_EQ(QuestionFlags(), Flags{E.Expected(a, b) ? SETUP_QUESTION_SUPPRESSED : 0u});
+      EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
+    }
+  }
+}
+
+// Expressions whose operators meet marks on the stack. The evaluator folds
+// each term in as it is read and lets an operator re-apply an earlier term,
+// so these results are not the boolean reading of the expression. Each was
+// traced by hand through the scope's result R, the combine mode M and the
+// stack (a mark re-evaluated compares nothing and sets R to 0):
+TEST_F(ConditionsTest, OperatorsMeetingMarksFollowTheStackRules) {
+  struct Expression {
+    const char *Name;
+    std::function<void(IfrBuilder &)> Write;
+    std::function<bool(bool, bool, bool)> Expected;
+  };
+  const Expression Expressions[] = {
+      // NOT: M=3, push N. A: R=!a, push A. AND, step 1: M=1, A again: R=!a&a=0,
+      // pop A. Step 2 pops the mark N: M=5, stack empty, push an AND mark.
+      // B: R=0 and not b.
+      {"NOT A AND B", [](IfrBuilder &I) { I.Not(); A(I); I.And(); B(I); },
+       [](bool, bool, bool) { return false; }},
+      // As above with OR: A again gives R=!a|a=1, the mark sets M=4, B: 1 or not b.
+      {"NOT A OR B", [](IfrBuilder &I) { I.Not(); A(I); I.Or(); B(I); },
+       [](bool, bool, bool) { return true; }},
+      // A: R=a. OR, step 1: M=2, A again, pop; step 2: empty, M=2. NOT: M=3,
+      // push N. B: R=not b.
+      {"A OR NOT B", [](IfrBuilder &I) { A(I); I.Or(); I.Not(); B(I); },
+       [](bool, bool b, bool) { return !b; }},
+      // A: R=a. AND: A again, R=a, M=1. B: R=a&b. OR, step 1: M=2, B again:
+      // R=(a&b)|b=b; step 2: M=2. C: R=b|c.
+      {"A AND B OR C", [](IfrBuilder &I) { A(I); I.And(); B(I); I.Or(); C(I); },
+       [](bool, bool b, bool c) { return b || c; }},
+      // NOT, NOT: two marks, nothing re-evaluated. A: M=3, R=not a.
+      {"NOT NOT A", [](IfrBuilder &I) { I.Not(); I.Not(); A(I); }, [](bool a, bool, bool) { return !a; }},
+      // A: R=a. NOT: A again, R=!a, push N. B: R=b. AND, step 1: M=1, B again,
+      // R=b, pop B. Step 2 pops N (M=5) and re-evaluates A without popping:
+      // R=b and not a.
+      {"A NOT B AND", [](IfrBuilder &I) { A(I); I.Not(); B(I); I.And(); },
+       [](bool a, bool b, bool) { return b && !a; }},
+      // ... and that re-evaluation used up M=5, so C sets R: c.
+      {"A NOT B AND C", [](IfrBuilder &I) { A(I); I.Not(); B(I); I.And(); C(I); },
+       [](bool, bool, bool c) { return c; }},
+      // NOT: push N. AND, step 1 pops the mark (M=3), nothing left to
+      // re-evaluate; step 2: empty, M=1. A: R=0 and a.
+      {"NOT AND A", [](IfrBuilder &I) { I.Not(); I.And(); A(I); }, [](bool, bool, bool) { return false; }},
+  };
+  for (const Expression &E : Expressions) {
+    for (int Bits = 0; Bits < 8; ++Bits) {
+      const bool a = Bits & 1, b = Bits & 2, c = Bits & 4;
+      SCOPED_TRACE(testing::Message() << E.Name << " a=" << a << " b=" << b << " c=" << c);
+      PutSetup(Bytes{uint8_t(a ? 1 : 0), uint8_t(b ? 1 : 0), uint8_t(c ? 1 : 0)});
+      ExportBuilder Export;
+      IfrBuilder &Ifr = StartForms(Export).SuppressIf();
+      E.Write(Ifr);
+      Ifr.CheckBox(0, 1, u"Q").EndIf().EndForm().EndFormSet();
+      Load(Export);
+      EXPECT_EQ(QuestionFlags(), Flags{E.Expected(a, b, c) ? SETUP_QUESTION_SUPPRESSED : 0u});
       EXPECT_EQ(Forms().DiscardForms(), EFI_SUCCESS);
     }
   }

@@ -60,6 +60,29 @@ TEST_F(HiiRetrievalTest, SecondHandleIsTriedWhenTheFirstFails) {
   EXPECT_EQ(Forms().RetrieveForms(), EFI_SUCCESS);
 }
 
+// A handle with the classic GUID whose interface can't be had is a failure
+// of its own, even when another handle serves the later GUID.
+TEST_F(HiiRetrievalTest, LaterGuidIsTriedOnlyWhenNoHandleCarriesTheClassicOne) {
+  Fw().InstallHii(OneForm().Build(), gFrameworkHiiLaterProtocolGuid, 1);
+  Fw().InstallHii(OneForm().Build(), gFrameworkHiiProtocolGuid, 1);
+  for (const EFI_STATUS Fault : {EFI_NOT_FOUND, EFI_UNSUPPORTED}) {
+    Fw().FailNthCall(sim::Service::HandleProtocol, 1, Fault);
+    Fw().ResetCounters();
+    EXPECT_EQ(Forms().RetrieveForms(), Fault);
+    EXPECT_EQ(Fw().Calls(sim::Service::LocateHandle), 1u) << "the later GUID was looked up";
+    ExpectEmpty(Forms());
+  }
+}
+
+TEST_F(HiiRetrievalTest, ClassicHandleWithoutAnInterfaceEndsTheSearch) {
+  Fw().InstallHii(OneForm().Build(), gFrameworkHiiLaterProtocolGuid, 1);
+  Fw().InstallProtocol(nullptr, gFrameworkHiiProtocolGuid, nullptr);
+  Fw().ResetCounters();
+  EXPECT_EQ(Forms().RetrieveForms(), EFI_NOT_FOUND);
+  EXPECT_EQ(Fw().Calls(sim::Service::LocateHandle), 1u) << "the later GUID was looked up";
+  ExpectEmpty(Forms());
+}
+
 TEST_F(HiiRetrievalTest, FailedExportsLeaveNothingAndARetryStartsAfresh) {
   PutSetup(Bytes{1});
   Install(OneForm());

@@ -118,9 +118,29 @@ TEST_F(CatalogLoadTest, EachTextIsReadFromTheFileOnce) {
 TEST_F(CatalogLoadTest, LookupGoesThroughTheSessionsCatalog) {
   EXPECT_EQ(LookupMessage(MSG_NO_SESSION), nullptr) << "no session, no catalog";
   ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
-  EXPECT_EQ(AsText(LookupMessage(MSG_NO_SESSION)), DriverMessages()[MSG_NO_SESSION]);
+  for (UINT32 Number = 0; Number < DriverMessages().size(); ++Number) {
+    EXPECT_EQ(AsText(LookupMessage(Number)), DriverMessages()[Number]) << "the driver's own texts all pass";
+  }
   ASSERT_EQ(Proto()->CloseSession(Proto()), EFI_SUCCESS);
   EXPECT_EQ(LookupMessage(MSG_NO_SESSION), nullptr);
+}
+
+// A replaced catalog whose texts would take other arguments than the
+// driver passes for their numbers yields no text for them.
+TEST_F(CatalogLoadTest, TextsTakingOtherArgumentsAreNotUsed) {
+  std::vector<std::u16string> Messages = DriverMessages();
+  Messages[MSG_NO_SESSION] = u"No session: %ls";            // takes a string, none is passed
+  Messages[MSG_CATALOG_NOT_LOADED] = u"%ls, %ls";           // one string is passed
+  Messages[5] = u"%ls is not %u";                           // the order is number, then name
+  Messages[2] = u"Variable %s";                             // an 8-bit string where a wide one is passed
+  Messages[3] = u"Variable %ls could not be written (%%)";  // fine
+  PlaceCatalogBytes(strc::BuildCatalogImage(Messages));
+  ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
+  for (UINT32 Refused : {MSG_NO_SESSION, MSG_CATALOG_NOT_LOADED, 5u, 2u}) {
+    EXPECT_EQ(LookupMessage(Refused), nullptr) << "message " << Refused;
+  }
+  EXPECT_EQ(AsText(LookupMessage(3)), Messages[3]);
+  EXPECT_EQ(AsText(LookupMessage(12)), Messages[12]);
 }
 
 }  // namespace

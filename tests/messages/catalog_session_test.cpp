@@ -3,8 +3,10 @@
 #include "driver/image_state.h"
 #include "driver/last_error_text.h"
 #include "messages/message_catalog.h"
+#include "sim/device_path.h"
 #include "tests/support/driver_harness.h"
 
+#include <filesystem>
 #include <string>
 
 namespace {
@@ -66,6 +68,27 @@ TEST_F(CatalogSessionTest, TorvelPathIsJoinedAsItIsAndLimitedInLength) {
     }
     EXPECT_EQ(Proto()->OpenSession(Proto()), Opens ? EFI_SUCCESS : BCFG_E_GENERAL_FAILURE) << C.What;
   }
+}
+
+// TORVEL_PATH=fs0:\tools names the disk the Shell calls fs0:. Of two disks
+// at PciRoot(0x0)/Pci(0x2,0x0) and /Pci(0x10,0x0), the Shell maps the second
+// first (it compares text), while byte order puts the first, and the
+// harness's own volume, ahead of it. Only the Shell's fs0: has a catalog.
+class ShellMappedCatalogTest : public DriverTest {
+ protected:
+  void PreparePlatform() override {
+    const std::string DiskA = VolumeDir() + "/disk-a", DiskB = VolumeDir() + "/disk-b";
+    PlaceCatalogBytes(DriverCatalogImage(), DiskB + "/tools");
+    std::filesystem::create_directories(DiskA + "/tools");
+    Fw().MountVolume(DiskA, sim::PciDevicePath(0x2));
+    Fw().MountVolume(DiskB, sim::PciDevicePath(0x10));
+    Fw().InstallShell();
+  }
+};
+
+TEST_F(ShellMappedCatalogTest, CatalogComesFromTheVolumeTheShellCallsFs0) {
+  RemoveCatalog();  // from the harness's volume, fs0: byte-wise
+  EXPECT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
 }
 
 }  // namespace

@@ -1,13 +1,17 @@
 // Device paths: the size of a path from firmware (which may be malformed),
 // the order the Shell numbers volumes in, the image folder, and
-// FileDevicePathOf through the simulated firmware's handle database.
+// FileDevicePathOf through the simulated firmware's handle database, and
+// the volumes "fsN:" names.
 #include "runtime/crt.h"
 #include "runtime/file_names.h"
 #include "runtime/volumes.h"
+#include "sim/device_path.h"
 #include "tests/support/sim_fixture.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -97,13 +101,54 @@ TEST_F(FileDevicePathTest, ImageFolderIsTextUpToLastSeparator) {
   }
 }
 
-TEST_F(FileDevicePathTest, VolumesAreNumberedAsTheShellNumbersThem) {
-  MountExtraVolume();
-  MountExtraVolume();
-  for (size_t Index = 0; Index < 3; ++Index) {
-    EXPECT_EQ(crt::detail::VolumeHandle(Index), Fw().VolumeHandle(Index)) << "fs" << Index;
+// Two disks whose device paths sort one way byte-wise and the other way as
+// text: PciRoot(0x0)/Pci(0x2,0x0) has the smaller device byte, while the
+// Shell, comparing text, puts "Pci(0x10,0x0)" first. The fixture's own fs0:
+// (a vendor node, type 0x01) comes first byte-wise and last as text.
+TEST_F(FileDevicePathTest, FsNamesFollowTheShellsMapAndByteOrderWithoutAShell) {
+  const std::string FolderA = VolumeDir(0) + "/disk-a", FolderB = VolumeDir(0) + "/disk-b";
+  for (const std::string &Folder : {FolderA, FolderB}) {
+    std::filesystem::create_directory(Folder);
+    std::ofstream(Folder + "/which.txt") << Folder.back();
   }
-  EXPECT_EQ(crt::detail::VolumeHandle(3), nullptr);
+  std::ofstream(VolumeDir(0) + "/which.txt") << 'f';
+  const EFI_HANDLE Fixture = Fw().VolumeHandle(0);
+  const EFI_HANDLE A = Fw().MountVolume(FolderA, sim::PciDevicePath(0x2));
+  const EFI_HANDLE B = Fw().MountVolume(FolderB, sim::PciDevicePath(0x10));
+  Fw().RegisterImage({"probe.efi", nullptr, nullptr});
+
+  auto Which = [](const char *Name) {
+    crt::FILE *File = crt::fopen(Name, "r");
+    if (File == nullptr) return '?';
+    char Byte = '?';
+    EXPECT_EQ(crt::fread(&Byte, 1, 1, File), 1u);
+    EXPECT_EQ(crt::fclose(File), 0);
+    return Byte;
+  };
+  EFI_BOOT_SERVICES *Boot = Fw().SystemTable()->BootServices;
+  struct Numbering {
+    const char *Name;
+    std::vector<EFI_HANDLE> Order;
+    std::string Files;  // which.txt of fs0:, fs1:, fs2:
+  };
+  const Numbering Without{"without a Shell: device path bytes", {Fixture, A, B}, "fab"};
+  const Numbering With{"with a Shell: its map, by text", {B, A, Fixture}, "baf"};
+  for (const Numbering *N : {&Without, &With}) {
+    SCOPED_TRACE(N->Name);
+    if (N == &With) Fw().InstallShell();
+    for (size_t Index = 0; Index < 3; ++Index) {
+      EXPECT_EQ(crt::detail::NumberedVolume(Boot, Index), N->Order[Index]) << "fs" << Index;
+    }
+    EXPECT_EQ(crt::detail::NumberedVolume(Boot, 3), nullptr);
+    EXPECT_EQ((std::string{Which("fs0:\\which.txt"), Which("FS1:/which.txt"), Which("fs2:which.txt")}), N->Files);
+  }
+  // The simulator's loader numbers the same way.
+  EFI_HANDLE Probe = nullptr;
+  ASSERT_EQ(Fw().LoadImageFile("fs0:\\probe.efi", &Probe), EFI_SUCCESS);
+  auto *Loaded = static_cast<EFI_LOADED_IMAGE *>(Fw().FindProtocol(Probe, gEfiLoadedImageProtocolGuid));
+  ASSERT_NE(Loaded, nullptr);
+  EXPECT_EQ(Loaded->DeviceHandle, B);
+  EXPECT_EQ(Fw().UnloadImage(Probe), EFI_SUCCESS);
 }
 
 TEST_F(FileDevicePathTest, PathIsVolumeThenFileNode) {

@@ -41,7 +41,7 @@ TEST_F(EnvironmentTest, TextVariablesOfEitherWidthAreVisible) {
   Put(u"SecureBoot", VENDOR_B, {0x00});
   Put(u"MAX_VALUE", VENDOR_A, Narrow(std::string(4096, 'm')));
   Put(u"TOO_BIG", VENDOR_A, Narrow(std::string(4097, 'b')));
-  Put(std::u16string(300, u'L'), VENDOR_A, Narrow("long"));  // longer than the first name buffer
+  Put(std::u16string(2047, u'L'), VENDOR_A, Narrow("long"));  // the longest name setup variables have
   Put(u"WIDE\u0141NAME", VENDOR_A, Narrow("skipped"));
   Put(u"AFTER", VENDOR_A, Narrow("still read"));
   RestartRuntime();
@@ -53,16 +53,30 @@ TEST_F(EnvironmentTest, TextVariablesOfEitherWidthAreVisible) {
   EXPECT_EQ(crt::getenv(nullptr), nullptr);
   EXPECT_EQ(Env("MAX_VALUE"), std::string(4096, 'm'));
   EXPECT_EQ(Env("TOO_BIG"), "<unset>");
-  EXPECT_EQ(Env(std::string(300, 'L').c_str()), "long");
+  EXPECT_EQ(Env(std::string(2047, 'L').c_str()), "long");
   EXPECT_EQ(Env("AFTER"), "still read") << "a skipped name does not end the enumeration";
 }
 
 TEST_F(EnvironmentTest, ResourceFaultsAtStartup) {
   Put(u"ONE", VENDOR_A, Narrow("1"));
   crt::Shutdown();
-  Fw().FailNthCall(sim::Service::GetNextVariableName, 1, EFI_DEVICE_ERROR);
-  EXPECT_EQ(crt::Startup(Image(), Fw().SystemTable()), EFI_SUCCESS) << "an enumeration error ends quietly";
-  EXPECT_EQ(Env("ONE"), "<unset>");
+  // A failure cuts the enumeration short quietly; a name then missing is
+  // looked for again by a fresh enumeration, which keeps what was found.
+  Put(u"TWO", VENDOR_A, Narrow("2"));
+  Fw().FailNthCall(sim::Service::GetNextVariableName, 2, EFI_DEVICE_ERROR);
+  EXPECT_EQ(crt::Startup(Image(), Fw().SystemTable()), EFI_SUCCESS);
+  const char *One = crt::getenv("ONE");
+  ASSERT_NE(One, nullptr);
+  Fw().ResetCounters();
+  EXPECT_EQ(Env("TWO"), "2");
+  EXPECT_EQ(crt::getenv("ONE"), One) << "a text handed out stays where it was";
+  EXPECT_EQ(Env("THREE"), "<unset>");
+  EXPECT_EQ(Fw().Calls(sim::Service::GetNextVariableName), 3u) << "complete now: THREE asked for no enumeration";
+
+  crt::Shutdown();
+  Fw().FailNthCall(sim::Service::GetVariable, 1, EFI_DEVICE_ERROR);
+  EXPECT_EQ(crt::Startup(Image(), Fw().SystemTable()), EFI_SUCCESS);
+  EXPECT_EQ(Env("ONE"), "1") << "an unreadable value is read again";
 
   crt::Shutdown();
   Fw().FailAllocationsAfter(0);

@@ -1,9 +1,9 @@
 // The runtime's printf families against the host C library.
 //
 // Every format is run through crt::snprintf and the host's snprintf with the
-// same arguments, and through crt::swprintf with the same format made wide
-// (8-bit string arguments marked %hs there), so one table checks both
-// instantiations of the formatting engine.
+// same arguments, and through crt::swprintf with the same format made wide,
+// so one table checks both instantiations of the formatting engine. As in
+// C, %s is an 8-bit string in both families and %ls a CHAR16 one.
 #include "runtime/crt.h"
 
 #include <gtest/gtest.h>
@@ -22,20 +22,7 @@ std::string Narrow(const CHAR16 *Text) {
   return Out;
 }
 
-// The wide form of a format: in the 16-bit family a plain %s takes a CHAR16
-// string, so 8-bit ones are marked %hs.
-std::u16string WideFormat(const std::string &Format) {
-  std::u16string Out;
-  for (size_t I = 0; I < Format.size(); ++I) {
-    Out.push_back(static_cast<unsigned char>(Format[I]));
-    if (Format[I] != '%') continue;
-    size_t J = Format.find_first_not_of("-0+ #*.0123456789", I + 1);
-    if (J == std::string::npos || (Format[J] != 's' && Format[J] != '%')) continue;
-    for (++I; I < J; ++I) Out.push_back(static_cast<unsigned char>(Format[I]));
-    Out += Format[J] == 's' ? u"hs" : u"%";
-  }
-  return Out;
-}
+std::u16string Widened(const std::string &Format) { return std::u16string(Format.begin(), Format.end()); }
 
 template <class... A> void ExpectMatchesHost(const char *Format, A... Args) {
   char Host[512], Ours[512];
@@ -44,7 +31,7 @@ template <class... A> void ExpectMatchesHost(const char *Format, A... Args) {
   EXPECT_STREQ(Ours, Host) << Format;
 
   CHAR16 Wide[512];
-  EXPECT_EQ(crt::swprintf(Wide, 512, W(WideFormat(Format).c_str()), Args...), HostLength) << Format;
+  EXPECT_EQ(crt::swprintf(Wide, 512, W(Widened(Format).c_str()), Args...), HostLength) << Format;
   EXPECT_EQ(Narrow(Wide), std::string(Host)) << Format;
 }
 
@@ -75,15 +62,19 @@ TEST(Format, WideStringArguments) {
   crt::snprintf(Out8, sizeof(Out8), "[%ls]", static_cast<const CHAR16 *>(nullptr));
   EXPECT_STREQ(Out8, "[(null)]");
 
+  // C's vswprintf: %s and %hs take 8-bit strings, %ls a wide one.
   CHAR16 Wide[64];
-  EXPECT_EQ(crt::swprintf(Wide, 64, W(u"%s=%ls;%hs"), Prompt, Prompt, "8-bit"), 25);
-  EXPECT_EQ(Narrow(Wide), "Boot Mode=Boot Mode;8-bit");
+  EXPECT_EQ(crt::swprintf(Wide, 64, W(u"%s=%ls;%hs"), "Boot", Prompt, "8-bit"), 20);
+  EXPECT_EQ(Narrow(Wide), "Boot=Boot Mode;8-bit");
+  const char HighByte[] = {'\xE9', 0};
+  crt::swprintf(Wide, 64, W(u"%s"), HighByte);
+  EXPECT_EQ(Wide[0], 0x00E9) << "a byte widens by its unsigned value";
 
   // Units above 0xFF keep their low byte in 8-bit output, whole in 16-bit.
   const CHAR16 NonLatin[] = {0x0141, 'x', 0};
   crt::snprintf(Out8, sizeof(Out8), "%ls", NonLatin);
   EXPECT_EQ(static_cast<unsigned char>(Out8[0]), 0x41);
-  crt::swprintf(Wide, 64, W(u"%s"), NonLatin);
+  crt::swprintf(Wide, 64, W(u"%ls"), NonLatin);
   EXPECT_EQ(Wide[0], 0x0141);
 
   // Not terminated: a reader that looks beyond the precision trips ASan.

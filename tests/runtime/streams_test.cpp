@@ -194,6 +194,35 @@ TEST_F(StreamTest, MisuseAndFirmwareFailuresSurfaceAsErrors) {
   EXPECT_EQ(crt::feof(Reader), 0);
   EXPECT_EQ(crt::fclose(Reader), 0);
 
+  // A warning is no success: it may come back with no handle, no
+  // information or nothing read, and must not be taken for one.
+  struct WarnedCall {
+    sim::Service Call;
+    const char *Mode;
+    bool Opens;
+  };
+  const WarnedCall Warned[] = {
+      {sim::Service::OpenVolume, "r", false}, {sim::Service::FileOpen, "r", false},
+      {sim::Service::FileGetInfo, "r", false}, {sim::Service::FileRead, "r", true},
+      {sim::Service::FileWrite, "a", true},
+  };
+  for (const WarnedCall &W : Warned) {
+    SCOPED_TRACE(sim::ServiceName(W.Call));
+    const size_t Blocks = crt::LiveBlockCount();
+    Fw().FailNthCall(W.Call, 1, EFI_WARN_DELETE_FAILURE);
+    crt::FILE *Stream = crt::fopen("fs0:\\x.txt", W.Mode);
+    Fw().ClearFaults();
+    ASSERT_EQ(Stream != nullptr, W.Opens);
+    if (Stream != nullptr) {
+      Fw().FailNthCall(W.Call, 1, EFI_WARN_DELETE_FAILURE);
+      const size_t Moved = W.Call == sim::Service::FileRead ? crt::fread(&Byte, 1, 1, Stream) : crt::fwrite("z", 1, 1, Stream);
+      EXPECT_EQ(Moved, W.Call == sim::Service::FileRead ? 0u : 1u);
+      EXPECT_EQ(crt::fclose(Stream), W.Call == sim::Service::FileRead ? 0 : crt::CRT_EOF) << "a flush that warned failed";
+      EXPECT_EQ(HostFile("/x.txt"), "x");
+    }
+    EXPECT_EQ(crt::LiveBlockCount(), Blocks);
+  }
+
   Fw().FailAllocationsAfter(0);
   EXPECT_EQ(crt::fopen("fs0:\\never.txt", "w"), nullptr);
   Fw().ClearFaults();

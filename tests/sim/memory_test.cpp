@@ -13,6 +13,8 @@ TEST_F(MemoryTest, PoolAccountingAndRefusedFrees) {
   ASSERT_EQ(BS()->AllocatePool(EfiBootServicesData, 100, &A), EFI_SUCCESS);
   ASSERT_EQ(BS()->AllocatePool(EfiBootServicesData, 0, &B), EFI_SUCCESS);
   EXPECT_NE(B, nullptr) << "a zero-byte block is still a block";
+  for (void *Block : {A, B})
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(Block) % 16, 8u) << "UEFI promises 8-byte alignment, and no more";
   EXPECT_EQ(Fw.LivePoolBlocks(), 2u);
   EXPECT_EQ(Fw.LivePoolBytes(), 100u);
   ASSERT_EQ(BS()->FreePool(A), EFI_SUCCESS);
@@ -54,6 +56,23 @@ TEST_F(MemoryTest, PageRequestsOutsideTheRules) {
   EXPECT_EQ(BS()->AllocatePages(AllocateAddress, EfiBootServicesData, 1, &Taken), EFI_NOT_FOUND) << "in use";
   EXPECT_EQ(BS()->FreePages(Address, 1), EFI_SUCCESS);
   EXPECT_EQ(BS()->FreePages(Address, 1), EFI_NOT_FOUND);
+}
+
+// The header in front of each block must not hide an underrun from
+// AddressSanitizer, nor the block's exact end an overrun.
+TEST_F(MemoryTest, AddressSanitizerSeesWritesOutsideABlock) {
+#if !defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "needs AddressSanitizer";
+#endif
+  for (const ptrdiff_t Outside : {ptrdiff_t{-1}, ptrdiff_t{24}}) {
+    EXPECT_DEATH(
+        {
+          void *Block = nullptr;
+          if (BS()->AllocatePool(EfiBootServicesData, 24, &Block) == EFI_SUCCESS)
+            static_cast<volatile uint8_t *>(Block)[Outside] = 1;
+        },
+        "AddressSanitizer") << "byte " << Outside;
+  }
 }
 
 }  // namespace

@@ -55,6 +55,11 @@ class DriverTest : public ::testing::Test {
   EFI_STATUS LoadDriver();
   EFI_STATUS UnloadDriver();
   EFI_STATUS ReloadDriver();
+  // The driver went away other than through UnloadDriver.
+  void ForgetDriver() {
+    Driver = nullptr;
+    Protocol = nullptr;
+  }
 
   // fs0: and the catalog file.
   std::string VolumeDir() const { return Volume; }
