@@ -53,11 +53,11 @@ class RuntimeUntilLoaded {
 void ReportServed(const PlatformSource &Source, const SeedCounts &Counts) {
   CHAR16 Guid[GUID_TEXT_UNITS];
   FormatGuid(gProvider.HiiGuid, Guid);
-  Say(W(u"forms from %hs: %lu bytes, Framework HII %s"), Source.Export.Origin,
+  Say(W(u"forms from %hs: %lu bytes, Framework HII %ls"), Source.Export.Origin,
       static_cast<unsigned long>(Source.Export.Size), Guid);
   Say(W(u"variables from %hs: %u created, %u kept, %u failed"), Source.Variables.Origin, Counts.Created,
       Counts.Kept, Counts.Failed);
-  Say(W(u"device I/O on the root device path: %s"),
+  Say(W(u"device I/O on the root device path: %ls"),
       gProvider.DeviceIoInstalled ? W(u"the provider's stand-in") : W(u"the firmware's own"));
 }
 

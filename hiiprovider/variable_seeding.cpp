@@ -35,25 +35,25 @@ void SeedOne(void *Context, const platform::StoreVariable &V) {
     ++S.Counts->Kept;
     if (Size == V.DataSize) return;
     ++S.Counts->Resized;
-    SayAbout(V, W(u"kept %s %s: it holds %lu bytes where the platform has %lu (dmpstore -d removes it)"), Size,
+    SayAbout(V, W(u"kept %ls %ls: it holds %lu bytes where the platform has %lu (dmpstore -d removes it)"), Size,
              V.DataSize);
     return;
   }
   if (Status != EFI_NOT_FOUND) {
     ++S.Counts->Failed;
-    SayAbout(V, W(u"cannot read %s %s: status 0x%lx"), Status);
+    SayAbout(V, W(u"cannot read %ls %ls: status 0x%lx"), Status);
     return;
   }
   if (V.DataSize == 0) {  // UEFI holds no empty variables: SetVariable would delete
     ++S.Counts->Failed;
-    SayAbout(V, W(u"cannot create %s %s: the text gives it no data"), 0);
+    SayAbout(V, W(u"cannot create %ls %ls: the text gives it no data"), 0);
     return;
   }
   Status = S.Runtime->SetVariable(Name, &Guid, CreationAttributes(V.Attributes), V.DataSize,
                                   const_cast<UINT8 *>(V.Data));
   if (Status != EFI_SUCCESS) {
     ++S.Counts->Failed;
-    SayAbout(V, W(u"cannot create %s %s: status 0x%lx"), Status);
+    SayAbout(V, W(u"cannot create %ls %ls: status 0x%lx"), Status);
     return;
   }
   ++S.Counts->Created;
