@@ -153,6 +153,7 @@ scenario_host() {
   local build=$1 dir=$2 i step status
   local sim=$build/tools/bioscfg-sim/bioscfg-sim
   rm -rf "$dir" && mkdir -p "$dir/files" || return 1
+  dir=$(cd "$dir" && pwd)  # the steps run inside DIR/files
   for i in "${!SCENARIO_KIND[@]}"; do
     scenario_words "${SCENARIO_TEXT[$i]}" || return 1
     case ${SCENARIO_KIND[$i]} in
