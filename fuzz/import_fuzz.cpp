@@ -43,7 +43,7 @@ Importer &TheImporter() {
     fuzz::Machine &M = fuzz::TheMachine();
     M.Fw.InstallHii(platform::Sample().Export, platform::Sample().HiiProtocolGuid, 1);
     PutSampleVariables(M.Fw);
-    M.Fw.RegisterImage(sim::IniparseImage());
+    if (!M.Fw.InstallImage("fs0:\\tools\\iniparse.efi", sim::IniparseImage())) std::abort();
     M.Fw.SetShellVariable(u"TORVEL_PATH", u"fs0:\\tools");
     // The environment is read at start-up: once more, now with TORVEL_PATH.
     if (crt::Startup(M.Image, M.Fw.SystemTable()) != EFI_SUCCESS) std::abort();

@@ -39,7 +39,7 @@ Platform &TheParser() {
     if (Made->Folder.Path().empty()) std::abort();
     Made->Firmware.MountVolume(Made->Folder.Path());
     Made->Firmware.SetShellVariable(u"TORVEL_PATH", u"fs0:\\");
-    Made->Firmware.RegisterImage(sim::IniparseImage());
+    if (!Made->Firmware.InstallImage("fs0:\\iniparse.efi", sim::IniparseImage())) std::abort();
     EFI_HANDLE Image = nullptr;
     if (Made->Firmware.LoadAndStart("fs0:\\iniparse.efi", &Image) != EFI_SUCCESS) std::abort();
     EFI_GUID Guid = INI_PARSER_PROTOCOL_GUID;

@@ -6,6 +6,7 @@
 
 #include "sim/firmware_state.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -51,6 +52,10 @@ void CloseHandle(State &S, OpenFile *File);
 // Directory entries as Read returns them: "." and ".." below the root, then
 // the host entries sorted by name.
 std::vector<std::string> DirectoryEntries(const OpenFile &Directory);
+
+// The host path of the regular file FilePath ("\tools\x.efi", resolved as
+// Open resolves names) on a volume, or nothing.
+std::optional<std::string> HostFileOf(State &S, const Volume &Owner, const std::u16string &FilePath);
 
 // EFI_FILE_INFO of HostPath, named Name.
 std::vector<uint8_t> BuildFileInfo(const std::string &HostPath, const std::u16string &Name);

@@ -171,6 +171,19 @@ EFI_STATUS ResolveName(const OpenFile &From, const CHAR16 *Name, bool Create, bo
   return EFI_SUCCESS;
 }
 
+std::optional<std::string> HostFileOf(State &S, const Volume &Owner, const std::u16string &FilePath) {
+  OpenFile *Root = OpenHandle(S, const_cast<Volume &>(Owner), {}, false);
+  if (Root == nullptr) return std::nullopt;
+  std::vector<std::string> Components;
+  const EFI_STATUS Status = ResolveName(*Root, reinterpret_cast<const CHAR16 *>(FilePath.c_str()), false, false, &Components);
+  CloseHandle(S, Root);
+  if (Status != EFI_SUCCESS) return std::nullopt;
+  const std::string Path = JoinHost(Owner, Components);
+  struct stat Info {};
+  if (stat(Path.c_str(), &Info) != 0 || !S_ISREG(Info.st_mode)) return std::nullopt;
+  return Path;
+}
+
 std::vector<std::string> DirectoryEntries(const OpenFile &Directory) {
   std::vector<std::string> Names;
   std::error_code Error;

@@ -86,8 +86,13 @@ class Firmware {
   EFI_HANDLE RootDeviceIoHandle() const;  // nullptr once removed
   size_t HandleCount() const;
 
-  // Images.
+  // Images. LoadImage finds an image only where a file of that name lies on
+  // a volume, as firmware reads it from there; RegisterImage tells the
+  // simulator which entry point a file of that base name stands for.
   void RegisterImage(const ImageDescriptor &Image);
+  // RegisterImage, and a file at Path ("fs0:\tools\bioscfg.efi") on the
+  // volume. False when the file cannot be written.
+  [[nodiscard]] bool InstallImage(const std::string &Path, const ImageDescriptor &Image);
   // Loads an image by path ("fs0:\\bioscfg.efi", or a bare name found on
   // fs0:) through the LoadImage boot service, as a Shell's `load` does.
   [[nodiscard]] EFI_STATUS LoadImageFile(const std::string &Path, EFI_HANDLE *Handle);

@@ -8,10 +8,13 @@
 #include "runtime/file_names.h"
 #include "runtime/volumes.h"
 #include "sim/device_path.h"
+#include "sim/file_handle.h"
 #include "sim/firmware_state.h"
 #include "sim/text.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <filesystem>
 #include <cstdlib>
 
 namespace sim {
@@ -95,6 +98,8 @@ EFI_STATUS EFIAPI LoadImage(BOOLEAN BootPolicy, EFI_HANDLE ParentImageHandle, EF
   const void *FilePart = reinterpret_cast<const uint8_t *>(DevicePath) + Matched;
   const std::optional<std::u16string> FileText = FilePathText(FilePart);
   if (!FileText || FileText->empty()) return EFI_NOT_FOUND;
+  // Firmware reads the image from the volume: no file, no image.
+  if (!HostFileOf(S, *Source, *FileText)) return EFI_NOT_FOUND;
   const ImageDescriptor *Descriptor = FindRegistered(S, BaseName(*FileText));
   if (Descriptor == nullptr) return EFI_NOT_FOUND;
 
@@ -223,19 +228,52 @@ void Firmware::RegisterImage(const ImageDescriptor &Image) {
 // The volume and the rest of the name are found by the runtime's own
 // routines, so "fs1:" names the same volume for the loader as for a file
 // the driver opens: the Shell's map when a Shell is installed.
-EFI_STATUS Firmware::LoadImageFile(const std::string &Path, EFI_HANDLE *Handle) {
+namespace {
+
+// "fsN:\path", "fsN:path" or a bare name (on fs0:), numbered as the
+// driver's runtime numbers volumes: the volume and the path on it
+// ("\path", backslashes).
+bool ResolveImagePath(State &S, const std::string &Path, const Volume *&Source, std::string &OnVolume) {
   size_t VolumeIndex = 0;
   const char *Rest = nullptr;
-  if (!crt::detail::ParseVolumePrefix(Path.c_str(), VolumeIndex, Rest)) return EFI_NOT_FOUND;
+  if (!crt::detail::ParseVolumePrefix(Path.c_str(), VolumeIndex, Rest)) return false;
   if (Rest == Path.c_str()) VolumeIndex = 0;  // a bare name is looked for on fs0:
   EFI_HANDLE VolumeHandle = crt::detail::NumberedVolume(SystemTableInstance()->BootServices, VolumeIndex);
-  const auto Source = std::find_if(S->Volumes.begin(), S->Volumes.end(),
-                                   [&](const std::unique_ptr<Volume> &V) { return V->Handle == VolumeHandle; });
-  if (VolumeHandle == nullptr || Source == S->Volumes.end()) return EFI_NOT_FOUND;
-  std::string OnVolume = Rest;
+  const auto Found = std::find_if(S.Volumes.begin(), S.Volumes.end(),
+                                  [&](const std::unique_ptr<Volume> &V) { return V->Handle == VolumeHandle; });
+  if (VolumeHandle == nullptr || Found == S.Volumes.end()) return false;
+  Source = Found->get();
+  OnVolume = Rest;
   std::replace(OnVolume.begin(), OnVolume.end(), '/', '\\');
   if (OnVolume.empty() || OnVolume.front() != '\\') OnVolume.insert(OnVolume.begin(), '\\');
-  const DevicePathBytes Full = AppendDevicePath((*Source)->DevicePath, FilePathDevicePath(FromUtf8(OnVolume)));
+  return true;
+}
+
+}  // namespace
+
+bool Firmware::InstallImage(const std::string &Path, const ImageDescriptor &Image) {
+  RegisterImage(Image);
+  const Volume *Source = nullptr;
+  std::string OnVolume;
+  if (!ResolveImagePath(*S, Path, Source, OnVolume)) return false;
+  std::replace(OnVolume.begin(), OnVolume.end(), '\\', '/');
+  const std::filesystem::path File = std::filesystem::path(Source->Folder) / OnVolume.substr(1);
+  std::error_code Failed;
+  std::filesystem::create_directories(File.parent_path(), Failed);
+  std::FILE *Out = std::fopen(File.string().c_str(), "wb");
+  if (Out == nullptr) return false;
+  // The simulator runs the registered entry point; the file only has to be
+  // there, as on a volume. Its first bytes are a PE image's.
+  std::fputs("MZ", Out);
+  std::fclose(Out);
+  return true;
+}
+
+EFI_STATUS Firmware::LoadImageFile(const std::string &Path, EFI_HANDLE *Handle) {
+  const Volume *Source = nullptr;
+  std::string OnVolume;
+  if (!ResolveImagePath(*S, Path, Source, OnVolume)) return EFI_NOT_FOUND;
+  const DevicePathBytes Full = AppendDevicePath(Source->DevicePath, FilePathDevicePath(FromUtf8(OnVolume)));
   EFI_HANDLE Parent = S->Running.empty() ? S->PlatformImage : S->Running.back()->Handle;
   auto *DevicePath = reinterpret_cast<EFI_DEVICE_PATH *>(const_cast<uint8_t *>(Full.data()));
   return SystemTableInstance()->BootServices->LoadImage(FALSE, Parent, DevicePath, nullptr, 0, Handle);

@@ -79,7 +79,7 @@ class Platform {
     Fw.PutVariable(u"Setup", kFormSetGuid, 0x7, {1, 2, 3, 4});
     Fw.PutVariable(u"Other", kFormSetGuid, 0x7, {12, 0});
     Fw.InstallHii(SweepExport(), kFrameworkHiiProtocolGuid, 1);
-    Fw.RegisterImage(sim::BioscfgImage());
+    if (!Fw.InstallImage("fs0:\\tools\\bioscfg.efi", sim::BioscfgImage())) std::abort();
   }
 
   sim::Firmware Fw;

@@ -49,7 +49,7 @@ const ProviderCase Cases[] = {
 class ProviderDriverTest : public DriverTest, public ::testing::WithParamInterface<ProviderCase> {
  protected:
   void PreparePlatform() override {
-    Fw().RegisterImage(hiiprovider::HiiProviderImage());
+    ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\hiiprovider.efi", hiiprovider::HiiProviderImage()));
     Fw().RemoveRootDeviceIo();
     GetParam().Prepare(Fw(), ToolsDir());
     ASSERT_EQ(Fw().LoadAndStart("fs0:\\tools\\hiiprovider.efi", &Provider), EFI_SUCCESS);

@@ -38,6 +38,7 @@ class ProviderImageTest : public SimTest {
   // Loads and starts fs0:\FOLDER\hiiprovider.efi; keeps the handle on success.
   EFI_STATUS Load(const std::string &Folder = "tools") {
     EFI_HANDLE Handle = nullptr;
+    if (!Fw().InstallImage("fs0:\\" + Folder + "\\hiiprovider.efi", hiiprovider::HiiProviderImage())) return EFI_ABORTED;
     const EFI_STATUS Status = Fw().LoadAndStart("fs0:\\" + Folder + "\\hiiprovider.efi", &Handle);
     if (Status == EFI_SUCCESS) Provider = Handle;
     return Status;

@@ -14,7 +14,7 @@ size_t IniTest::PoolBlocksOfOtherImages() { return iniparse_crt::LiveBlockCount(
 
 void IniTest::PreparePlatform() {
   SettingsTest::PreparePlatform();
-  Fw().RegisterImage(sim::IniparseImage());
+  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\iniparse.efi", sim::IniparseImage()));
 }
 
 std::string IniTest::ReadIni(const std::string &Name) {

@@ -23,7 +23,7 @@ constexpr size_t AUX_BYTES = 150;
 void ParserImageTest::SetUp() {
   SimTest::SetUp();
   SetTorvelPath(u"fs0:\\tools");
-  Fw().RegisterImage(sim::IniparseImage());
+  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\iniparse.efi", sim::IniparseImage()));
 }
 
 void ParserImageTest::TearDown() {

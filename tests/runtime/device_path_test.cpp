@@ -115,7 +115,6 @@ TEST_F(FileDevicePathTest, FsNamesFollowTheShellsMapAndByteOrderWithoutAShell) {
   const EFI_HANDLE Fixture = Fw().VolumeHandle(0);
   const EFI_HANDLE A = Fw().MountVolume(FolderA, sim::PciDevicePath(0x2));
   const EFI_HANDLE B = Fw().MountVolume(FolderB, sim::PciDevicePath(0x10));
-  Fw().RegisterImage({"probe.efi", nullptr, nullptr});
 
   auto Which = [](const char *Name) {
     crt::FILE *File = crt::fopen(Name, "r");
@@ -143,6 +142,7 @@ TEST_F(FileDevicePathTest, FsNamesFollowTheShellsMapAndByteOrderWithoutAShell) {
     EXPECT_EQ((std::string{Which("fs0:\\which.txt"), Which("FS1:/which.txt"), Which("fs2:which.txt")}), N->Files);
   }
   // The simulator's loader numbers the same way.
+  ASSERT_TRUE(Fw().InstallImage("fs0:\\probe.efi", {"probe.efi", nullptr, nullptr}));
   EFI_HANDLE Probe = nullptr;
   ASSERT_EQ(Fw().LoadImageFile("fs0:\\probe.efi", &Probe), EFI_SUCCESS);
   auto *Loaded = static_cast<EFI_LOADED_IMAGE *>(Fw().FindProtocol(Probe, gEfiLoadedImageProtocolGuid));

@@ -57,10 +57,11 @@ class ImageTest : public PlatformTest {
   void SetUp() override {
     gLog = ImageLog{};
     Volume = Fw.MountVolume(Folder.Path());
-    Fw.RegisterImage({"exiting.efi", ExitingEntry, CountReset});
-    Fw.RegisterImage({"failing.efi", FailingEntry, CountReset});
-    Fw.RegisterImage({"Resident.EFI", ResidentEntry, CountReset});
-    Fw.RegisterImage({"nesting.efi", NestingEntry, nullptr});
+    ASSERT_TRUE(Fw.InstallImage("fs0:\\exiting.efi", {"exiting.efi", ExitingEntry, CountReset}));
+    ASSERT_TRUE(Fw.InstallImage("fs0:\\failing.efi", {"failing.efi", FailingEntry, CountReset}));
+    ASSERT_TRUE(Fw.InstallImage("fs0:\\resident.efi", {"Resident.EFI", ResidentEntry, CountReset}));
+    ASSERT_TRUE(Fw.InstallImage("fs0:\\Tools\\resident.efi", {"Resident.EFI", ResidentEntry, CountReset}));
+    ASSERT_TRUE(Fw.InstallImage("fs0:\\nesting.efi", {"nesting.efi", NestingEntry, nullptr}));
   }
 };
 
@@ -77,6 +78,9 @@ TEST_F(ImageTest, LoadImageDescribesTheImageFileWithoutStartingIt) {
   ASSERT_EQ(Fw.LoadImageFile("resident.efi", &Second), EFI_SUCCESS);
   EXPECT_EQ(gLog.Resets, 1) << "a second copy shares the first one's data";
   EXPECT_EQ(Fw.LoadImageFile("fs0:\\absent.efi", &Image), EFI_NOT_FOUND);
+  // A registered image is found only where its file lies, as firmware reads
+  // it from the volume.
+  EXPECT_EQ(Fw.LoadImageFile("fs0:\\Elsewhere\\resident.efi", &Image), EFI_NOT_FOUND);
 }
 
 TEST_F(ImageTest, ExitUnwindsOnlyTheInnermostStartImage) {

@@ -48,8 +48,9 @@ void DriverTest::SetUp() {
   Fw().MountVolume(Volume);
   PlaceCatalog();
   SetTorvelPath(u"fs0:\\tools");
-  Fw().RegisterImage(sim::BioscfgImage());
   PreparePlatform();
+  // After the platform is complete: with a Shell, fs0: may be another disk.
+  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\bioscfg.efi", sim::BioscfgImage()));
   ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
 }
 

@@ -48,10 +48,13 @@ bool SimulatedMachine::Start(PlatformInput Platform, const std::string &Messages
   Fw->InstallHii(std::move(Platform.Export), Platform.HiiProtocolGuid);
   for (const auto &V : Platform.Variables) Fw->PutVariable(V.Name, V.Guid, V.Attributes, V.Data);
   StartVariables = Platform.Variables;
-  Fw->RegisterImage(sim::ToolImage());
-  Fw->RegisterImage(sim::IniparseImage());
+  if (!Fw->InstallImage("fs0:\\tools\\bioscfg-tool.efi", sim::ToolImage()) ||
+      !Fw->InstallImage("fs0:\\tools\\iniparse.efi", sim::IniparseImage()) ||
+      !Fw->InstallImage("fs0:\\tools\\bioscfg.efi", sim::BioscfgImage())) {
+    Error = "cannot place the images on fs0:";
+    return false;
+  }
 
-  Fw->RegisterImage(sim::BioscfgImage());
   EFI_STATUS Status = Fw->LoadAndStart("fs0:\\tools\\bioscfg.efi", &Driver);
   if (Status != EFI_SUCCESS) {
     Error = "the driver did not start: " + StatusText(Status);
