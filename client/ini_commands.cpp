@@ -11,6 +11,7 @@
 #include "client/record_report.h"
 #include "client/saved_block.h"
 #include "client/tool_commands.h"
+#include "bioscfg_protocol.h"
 #include "runtime/crt.h"
 
 namespace {
@@ -151,6 +152,15 @@ EFI_STATUS CompareWithFile(ToolContext &C, INI_PARSER_LOOKUP Lookup, const char 
   return EFI_SUCCESS;
 }
 
+// The import's results that carry no text of the driver's, in words.
+void ExplainImportResult(ConsoleWriter &Out, EFI_STATUS Status) {
+  if (Status == BCFG_INI_E_BIOS_SECTION) {
+    PrintToolError(Out, "the file has no [BIOS] section (or there is no such file in the TORVEL_PATH folder)", nullptr, "");
+  } else if (Status == BCFG_INI_E_SERIAL_CONFLICT) {
+    PrintToolError(Out, "the file gives serial ports A and B the same address or IRQ; nothing was written", nullptr, "");
+  }
+}
+
 EFI_STATUS DryRun(ToolContext &C, const char *File) {
   INI_PARSER_LOOKUP Lookup = FindIniParser();
   if (Lookup == nullptr) return Refuse(C, "the INI parser iniparse.efi can't be loaded from the TORVEL_PATH folder", nullptr, "");
@@ -162,6 +172,7 @@ EFI_STATUS DryRun(ToolContext &C, const char *File) {
   // The result first, as for every command, then the lines.
   Status = CompareWithFile(C, Lookup, File, Export.Get(), Length, false, Changes);
   PrintResult(C.Out, Status);
+  if (Status == BCFG_INI_E_BIOS_SECTION) ExplainImportResult(C.Out, Status);
   (void)CompareWithFile(C, Lookup, File, Export.Get(), Length, true, Changes);
   PrintDiffCount(C.Out, Changes);
   return Status;
@@ -183,7 +194,9 @@ EFI_STATUS RunLoad(ToolContext &C) {
   char File[INI_FILE_PATH_BUFFER_SIZE];
   if (!FileNameOf(C.Args.Operands[0], File)) return Refuse(C, "not a file name: ", C.Args.Operands[0], "");
   if (C.Args.DryRun) return DryRun(C, File);
-  if (!C.Args.NoBackup) {
+  // Nothing to load: no backup to make either (the driver says why).
+  const bool Named = crt::strchr(File, ':') == nullptr;
+  if (!C.Args.NoBackup && (!Named || IniFileExists(File))) {
     char Backup[INI_FILE_PATH_BUFFER_SIZE];
     if (!FreeBackupName(File, Backup)) return Refuse(C, "no free backup name for ", C.Args.Operands[0], "");
     const EFI_STATUS Saved = C.Protocol->SaveSettingsToIni(C.Protocol, Bytes(Backup));
@@ -199,6 +212,7 @@ EFI_STATUS RunLoad(ToolContext &C) {
   const EFI_STATUS Status = C.Protocol->LoadSettingsFromIni(C.Protocol, Bytes(File));
   PrintResult(C.Out, Status);
   PrintLastErrorText(C.Out, C.Protocol);
+  ExplainImportResult(C.Out, Status);
   return Status;
 }
 

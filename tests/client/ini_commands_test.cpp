@@ -50,10 +50,11 @@ TEST_F(ToolIni, LoadBacksUpFirstUnderANameNoFileHas) {
 }
 
 TEST_F(ToolIni, ALoadWhoseBackupFailsChangesNothing) {
-  fs::create_directories(fs::path(Machine.ToolsFolder()) / "sub");
-  Write("sub/cfg.ini", "[BIOS]\n[BIOS::MAIN]\nQuiet Boot=0\n");
-  fs::remove_all(fs::path(Machine.ToolsFolder()) / "sub");  // the folder goes: no backup can be written there
-  const std::vector<std::string> Out = Run({"load", "sub\\cfg.ini"}, BCFG_E_INVALID_PARAMETER);
+  // A name the folder takes, whose backup name is too long to save:
+  // fs0:\tools\ (11) + 240 fits in 256, + "-backup-1" does not.
+  const std::string Name = std::string(236, 'c') + ".ini";
+  Write(Name, "[BIOS]\n[BIOS::MAIN]\nQuiet Boot=0\n");
+  const std::vector<std::string> Out = Run({"load", Name}, BCFG_E_INVALID_PARAMETER);
   EXPECT_EQ(Out.front(), "result: BCFG_E_INVALID_PARAMETER");
   EXPECT_EQ(Out.back(), "error: the backup could not be saved; nothing was loaded");
   EXPECT_NE(Run({"get", "Quiet Boot"})[1].find("value=1"), std::string::npos);
@@ -78,6 +79,12 @@ TEST_F(ToolIni, DryRunReportsWhatALoadWouldDoAndWritesNothing) {
   EXPECT_EQ(Refused[2], "refuse: [BIOS::ADVANCED] \"Wake on LAN\" 1 \"Enabled\" -> 7 (not an option: the load would stop here)");
   EXPECT_EQ(Refused.back(), "changes: 1");
   EXPECT_EQ(Run({"load", "--dry-run", "missing.ini"}, BCFG_INI_E_BIOS_SECTION)[0], "result: BCFG_INI_E_BIOS_SECTION");
+  // A file that is not there: no backup, and the result in words.
+  EXPECT_EQ(Run({"load", "missing.ini"}, BCFG_INI_E_BIOS_SECTION),
+            (std::vector<std::string>{"result: BCFG_INI_E_BIOS_SECTION",
+                                      "error: the file has no [BIOS] section (or there is no such file in the "
+                                      "TORVEL_PATH folder)"}));
+  EXPECT_FALSE(fs::exists(fs::path(Machine.ToolsFolder()) / "missing-backup-1.ini"));
 }
 
 TEST_F(ToolIni, ListShowsWhatSaveSaves) {
