@@ -27,7 +27,9 @@ void FetchFromFirmware(VariableSnapshot *Snapshot) {
   UINT32 Attributes = 0;
   UINTN Size = VARIABLE_READ_BYTES;
   Snapshot->Status = Runtime->GetVariable(Snapshot->Name, &Snapshot->Guid, &Attributes, &Size, Snapshot->Data);
-  if (!EFI_ERROR(Snapshot->Status) && Size > VARIABLE_READ_BYTES) Snapshot->Status = EFI_BAD_BUFFER_SIZE;
+  // Only EFI_SUCCESS vouches for the buffer; a warning is no data either.
+  if (Snapshot->Status != EFI_SUCCESS) return;
+  if (Size > VARIABLE_READ_BYTES) Snapshot->Status = EFI_BAD_BUFFER_SIZE;
   Snapshot->Attributes = Attributes;
   Snapshot->Size = static_cast<UINT32>(Size);
 }

@@ -17,7 +17,7 @@ class VariableRead {
   VariableRead(const VariableRead &) = delete;
   VariableRead &operator=(const VariableRead &) = delete;
 
-  bool HasData() const { return Snapshot != nullptr && !EFI_ERROR(Snapshot->Status); }
+  bool HasData() const { return Snapshot != nullptr && Snapshot->Status == EFI_SUCCESS; }
   UINT32 Size() const { return HasData() ? Snapshot->Size : 0; }
   // The byte at Position; bytes at or beyond the variable's size read as 0.
   UINT8 ByteAt(UINT64 Position) const {

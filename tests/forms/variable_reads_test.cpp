@@ -65,6 +65,22 @@ TEST_F(VariableReadsTest, EachDistinctVariableIsReadOncePerLoadEvenWhenTheReadFa
   EXPECT_EQ(Kept[20]->VariableAttributes, 0x3u);
 }
 
+// A warning is not data: GetVariable gave the buffer nothing it can vouch
+// for, so the variable counts as unreadable, as for an error.
+TEST_F(VariableReadsTest, AWarningFromGetVariableIsNoData) {
+  PutSetup(Bytes{1, 1, 1, 1});
+  ExportBuilder Export;
+  StartForms(Export).CheckBox(1, 1, u"Q").EndForm().EndFormSet();
+  Install(Export);
+  ASSERT_EQ(Forms().RetrieveForms(), EFI_SUCCESS);
+  Fw().FailNthCall(sim::Service::GetVariable, 1, EFI_WARN_BUFFER_TOO_SMALL);
+  ASSERT_EQ(Forms().ParseForms(), EFI_SUCCESS);
+  auto Kept = Questions();
+  ASSERT_EQ(Kept.size(), 1u);
+  EXPECT_EQ(Kept[0]->Width, 0);
+  EXPECT_EQ(Kept[0]->Value, 0u);
+}
+
 TEST_F(VariableReadsTest, NoFormSetGuidMeansNoReadsAtAll) {
   ExportBuilder Export;
   Export.AddTable(kFormSetGuid).Ifr().Form(1, u"Main").SuppressIf().EqIdVal(0, 1, 0).CheckBox(0, 1, u"Q").EndIf();
