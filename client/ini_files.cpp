@@ -1,24 +1,11 @@
 #include "client/ini_files.h"
 
 #include "runtime/crt.h"
+#include "runtime/owned.h"
 
 namespace {
 
 constexpr UINTN MAX_BACKUPS = 999;
-
-class Stream {
- public:
-  explicit Stream(crt::FILE *File) : File(File) {}
-  ~Stream() {
-    if (File != nullptr) (void)crt::fclose(File);
-  }
-  Stream(const Stream &) = delete;
-  Stream &operator=(const Stream &) = delete;
-  crt::FILE *Get() const { return File; }
-
- private:
-  crt::FILE *File;
-};
 
 [[nodiscard]] bool PathOf(const char *Name, char (&Path)[INI_FILE_PATH_BUFFER_SIZE]) {
   return JoinIniFilePath(crt::getenv("TORVEL_PATH"), Name, Path);
@@ -29,21 +16,21 @@ class Stream {
 bool IniFileExists(const char *Name) {
   char Path[INI_FILE_PATH_BUFFER_SIZE];
   if (!PathOf(Name, Path)) return false;
-  Stream File(crt::fopen(Path, "rb"));
+  crt::OpenStream File(crt::fopen(Path, "rb"));
   return File.Get() != nullptr;
 }
 
 bool EmptyIniFile(const char *Name) {
   char Path[INI_FILE_PATH_BUFFER_SIZE];
   if (!PathOf(Name, Path)) return false;
-  Stream File(crt::fopen(Path, "wb"));
+  crt::OpenStream File(crt::fopen(Path, "wb"));
   return File.Get() != nullptr;
 }
 
 bool ReadIniFile(const char *Name, crt::HeapPtr<char> &Text, UINTN &Length) {
   char Path[INI_FILE_PATH_BUFFER_SIZE];
   if (!PathOf(Name, Path)) return false;
-  Stream File(crt::fopen(Path, "rb"));
+  crt::OpenStream File(crt::fopen(Path, "rb"));
   if (File.Get() == nullptr) return false;
   UINT64 Size = 0;
   EFI_TIME Modified{};

@@ -20,20 +20,6 @@ namespace {
 constexpr UINT32 PROMPT_BYTES = 0x10000 + 50;
 constexpr UINT32 HIDING_FLAGS = SETUP_QUESTION_SUPPRESSED | SETUP_QUESTION_HIDDEN | SETUP_QUESTION_GRAYED_OUT;
 
-class FileStream {
- public:
-  explicit FileStream(crt::FILE *File) : File(File) {}
-  ~FileStream() {
-    if (File != nullptr) (void)crt::fclose(File);
-  }
-  FileStream(const FileStream &) = delete;
-  FileStream &operator=(const FileStream &) = delete;
-  crt::FILE *Get() const { return File; }
-
- private:
-  crt::FILE *File;
-};
-
 struct ExportRun {
   crt::FILE *File;
   char *Prompt;  // the 8-bit copy of the record at hand
@@ -111,7 +97,7 @@ EFI_STATUS WriteBiosSection(SettingsEngine &Engine, const char *IniFileName) {
   // One prompt buffer for the whole run, had before the file is touched.
   crt::HeapPtr<char> Prompt(static_cast<char *>(crt::malloc(PROMPT_BYTES)));
   if (!Prompt) return BCFG_E_INVALID_PARAMETER;
-  FileStream File(crt::fopen(Path, "a"));
+  crt::OpenStream File(crt::fopen(Path, "a"));
   if (File.Get() == nullptr) return BCFG_E_INVALID_PARAMETER;
 
   ExportRun Run{File.Get(), Prompt.Get(), "BIOS", 0, 0, false};

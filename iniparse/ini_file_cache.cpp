@@ -12,11 +12,6 @@ namespace iniparse {
 
 namespace {
 
-void CloseStream(crt::FILE *Stream) {
-  if (Stream != nullptr) static_cast<void>(crt::fclose(Stream));
-}
-using StreamOwner = crt::Owned<crt::FILE, CloseStream>;
-
 // A name that contains ':' names its volume ("fs1:\cfg\a.ini") and is used
 // as it is; any other name lives in the TORVEL_PATH folder, joined exactly
 // as the driver's export joins it.
@@ -41,7 +36,7 @@ bool SameTime(const EFI_TIME &A, const EFI_TIME &B) {
 
 // Drops the indexed file: after this the image holds no file and no index.
 void ForgetIndexedFile() {
-  CloseStream(gParser.Stream);
+  crt::detail::CloseStream(gParser.Stream);
   crt::Delete(gParser.Index);
   gParser.Stream = nullptr;
   gParser.Index = nullptr;
@@ -57,7 +52,7 @@ bool IndexedFileIsCurrent(const char *Path) {
 }
 
 [[nodiscard]] INT32 ReadAndIndex(const char (&Path)[INI_FILE_PATH_BUFFER_SIZE]) {
-  StreamOwner Stream(crt::fopen(Path, "rb"));
+  crt::OpenStream Stream(crt::fopen(Path, "rb"));
   if (!Stream) return INI_LOOKUP_SECTION_NOT_FOUND;
   UINT64 Size = 0;
   EFI_TIME Modified{};
