@@ -31,7 +31,6 @@ qemu_put tools "$build/bioscfg.efi" "$build/bioscfg.str" "$build/hiiprovider.efi
 # the default contents of "Setup" in its Setup form set.
 sample=$work/sample
 "$build/tools/bioscfg-sim/bioscfg-sim" export-platform "$sample" >/dev/null
-mv "$sample/platform.hii" "$sample/hii.bin"
 export_bytes=$(stat -c %s "$sample/hii.bin")
 setup_hex=$(awk '$1 == "Setup" && toupper($2) == "{C7F7C970-FCFF-455D-A884-F67C0E300856}" { print toupper($4) }' \
   "$sample/variables.txt")

@@ -82,7 +82,7 @@ static int RunExportPlatform(const Options &, const std::vector<std::string> &Ar
   if (Made) return Fail(Args[0] + ": " + Made.message());
   PlatformInput Sample = SamplePlatformInput();
   std::string Error;
-  std::string ExportPath = (fs::path(Args[0]) / "platform.hii").string();
+  std::string ExportPath = (fs::path(Args[0]) / "hii.bin").string();
   std::string VariablesPath = (fs::path(Args[0]) / "variables.txt").string();
   std::string Store = FormatVariableStore(Sample.Variables);
   if (!WriteFileBytes(ExportPath, Sample.Export, Error)) return Fail(Error);
@@ -102,7 +102,7 @@ const std::vector<Command> &Commands() {
       {"load", "[--dry-run] [--no-backup] FILE", "restore FILE, backup first (bioscfg-tool load)", RunLoadCommand},
       {"diff", "FILE", "what loading FILE would change, by the import's own rules; writes nothing", RunDiffCommand},
       {"list-settings", "", "what save would save (bioscfg-tool list)", RunListSettingsCommand},
-      {"export-platform", "DIR", "write the sample platform as DIR/platform.hii and DIR/variables.txt",
+      {"export-platform", "DIR", "write the sample platform as DIR/hii.bin and DIR/variables.txt (the files the HII provider serves)",
        RunExportPlatform},
   };
   return Table;
