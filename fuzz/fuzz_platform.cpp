@@ -37,4 +37,13 @@ void WriteSeed(const char *Folder, const std::string &Name, const std::string &B
   std::ofstream(std::string(Folder) + "/" + Name, std::ios::binary) << Bytes;
 }
 
+std::u16string WideText(const CHAR16 *Text, size_t MaxUnits) {
+  std::u16string Out;
+  const auto *Bytes = reinterpret_cast<const uint8_t *>(Text);
+  for (size_t I = 0; Text != nullptr && I < MaxUnits && (Bytes[2 * I] != 0 || Bytes[2 * I + 1] != 0); ++I) {
+    Out.push_back(static_cast<char16_t>(Bytes[2 * I] | Bytes[2 * I + 1] << 8));
+  }
+  return Out;
+}
+
 }  // namespace fuzz

@@ -25,4 +25,8 @@ Machine &TheMachine();
 int WriteSeedsWhenAsked(void (*Write)(const char *Folder));
 void WriteSeed(const char *Folder, const std::string &Name, const std::string &Bytes);
 
+// Up to MaxUnits units of a text inside the packed export, read byte-wise
+// (it may be unaligned), ending early at a NUL unit; empty for nullptr.
+std::u16string WideText(const CHAR16 *Text, size_t MaxUnits = 4096);
+
 }  // namespace fuzz

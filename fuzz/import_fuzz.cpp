@@ -55,22 +55,13 @@ Importer &TheImporter() {
   return *Made;
 }
 
-std::u16string NameOf(const CHAR16 *Name) {
-  std::u16string Text;
-  const auto *Bytes = reinterpret_cast<const uint8_t *>(Name);
-  for (size_t I = 0; Name != nullptr && (Bytes[2 * I] != 0 || Bytes[2 * I + 1] != 0) && I < 4096; ++I) {
-    Text.push_back(static_cast<char16_t>(Bytes[2 * I] | Bytes[2 * I + 1] << 8));
-  }
-  return Text;
-}
-
 // The visible value question that owns byte Offset of the variable, or nullptr.
 const SetupQuestion *Owner(const SetupQuestion *Questions, const sim::VariableRecord &V, size_t Offset) {
   for (const SetupQuestion *Q = Questions; Q != nullptr; Q = Q->Next) {
     if ((Q->Flags & HIDING) != 0 || (Q->Width != 1 && Q->Width != 2 && Q->Width != 4)) continue;
     if (Offset < Q->Offset || Offset >= static_cast<size_t>(Q->Offset) + Q->Width) continue;
     if (Q->VariableGuid == nullptr || std::memcmp(Q->VariableGuid, &V.Guid, sizeof(EFI_GUID)) != 0) continue;
-    if (NameOf(Q->VariableName) == V.Name) return Q;
+    if (fuzz::WideText(Q->VariableName) == V.Name) return Q;
   }
   return nullptr;
 }

@@ -15,6 +15,7 @@
 #include "driver/settings_engine.h"
 #include "forms/option_cursor.h"
 #include "fuzz/export_input.h"
+#include "fuzz/fuzz_platform.h"
 #include "runtime/crt.h"
 #include "settings/settings_access.h"
 
@@ -29,23 +30,7 @@ namespace {
 
 constexpr size_t MAX_RECORDS = 48;
 
-std::u16string PromptOf(const SetupQuestion &Q) {
-  std::u16string Text;
-  const auto *Bytes = reinterpret_cast<const uint8_t *>(Q.PromptText);
-  for (UINT32 I = 0; Q.PromptText != nullptr && I < Q.PromptLength; ++I) {
-    Text.push_back(static_cast<char16_t>(Bytes[2 * I] | Bytes[2 * I + 1] << 8));
-  }
-  return Text;
-}
-
-std::u16string NameOf(const CHAR16 *Name) {
-  std::u16string Text;
-  const auto *Bytes = reinterpret_cast<const uint8_t *>(Name);
-  for (size_t I = 0; Name != nullptr && (Bytes[2 * I] != 0 || Bytes[2 * I + 1] != 0) && I < 4096; ++I) {
-    Text.push_back(static_cast<char16_t>(Bytes[2 * I] | Bytes[2 * I + 1] << 8));
-  }
-  return Text;
-}
+std::u16string PromptOf(const SetupQuestion &Q) { return fuzz::WideText(Q.PromptText, Q.PromptLength); }
 
 // Whether byte Offset of the variable (Name, Guid) lies inside the value of
 // a question that names that variable.
@@ -54,7 +39,7 @@ bool InsideAQuestion(const SetupQuestion *Questions, const std::u16string &Name,
     if (Q->Width != 1 && Q->Width != 2 && Q->Width != 4) continue;
     if (Offset < Q->Offset || Offset >= static_cast<size_t>(Q->Offset) + Q->Width) continue;
     if (Q->VariableGuid == nullptr || std::memcmp(Q->VariableGuid, &Guid, sizeof(Guid)) != 0) continue;
-    if (NameOf(Q->VariableName) == Name) return true;
+    if (fuzz::WideText(Q->VariableName) == Name) return true;
   }
   return false;
 }
@@ -107,7 +92,7 @@ std::u16string Folded(const std::u16string &Prompt) {
 
 bool SameVariable(const SetupQuestion &A, const SetupQuestion &B) {
   return A.VariableGuid != nullptr && B.VariableGuid != nullptr &&
-         std::memcmp(A.VariableGuid, B.VariableGuid, sizeof(EFI_GUID)) == 0 && NameOf(A.VariableName) == NameOf(B.VariableName);
+         std::memcmp(A.VariableGuid, B.VariableGuid, sizeof(EFI_GUID)) == 0 && fuzz::WideText(A.VariableName) == fuzz::WideText(B.VariableName);
 }
 
 bool Overlap(const SetupQuestion &A, const SetupQuestion &B) {
@@ -140,7 +125,7 @@ uint32_t Held(const sim::VariableRecord &V, const SetupQuestion &Q) {
 const sim::VariableRecord *VariableOf(const std::vector<sim::VariableRecord> &All, const SetupQuestion &Q) {
   for (const sim::VariableRecord &V : All) {
     if (Q.VariableGuid != nullptr && std::memcmp(Q.VariableGuid, &V.Guid, sizeof(EFI_GUID)) == 0 &&
-        NameOf(Q.VariableName) == V.Name) {
+        fuzz::WideText(Q.VariableName) == V.Name) {
       return &V;
     }
   }
