@@ -13,12 +13,12 @@
 #include "ini/section_path.h"
 #include "runtime/crt.h"
 #include "runtime/owned.h"
+#include "settings/eligibility.h"
 
 namespace {
 
 // The 8-bit copy of a prompt: up to 65535 characters, the '=' and a value.
 constexpr UINT32 PROMPT_BYTES = 0x10000 + 50;
-constexpr UINT32 HIDING_FLAGS = SETUP_QUESTION_SUPPRESSED | SETUP_QUESTION_HIDDEN | SETUP_QUESTION_GRAYED_OUT;
 
 struct ExportRun {
   crt::FILE *File;
@@ -103,11 +103,11 @@ EFI_STATUS WriteBiosSection(SettingsEngine &Engine, const char *IniFileName) {
   ExportRun Run{File.Get(), Prompt.Get(), "BIOS", 0, 0, false};
   (void)crt::fprintf(Run.File, "\n[BIOS]\n");
   for (const SetupQuestion *Q = Engine.Forms.Questions; Q != nullptr; Q = Q->Next) {
-    if (Q->PromptText == nullptr || Q->PromptLength == 0 || (Q->Flags & HIDING_FLAGS) != 0) continue;
+    if (!InBiosBlock(*Q)) continue;
     NarrowPrompt(Q->PromptText, Q->PromptLength, false, Run.Prompt, PROMPT_BYTES);
     if (Q->OpCode == IFR_FORM_OP) {
       ExportForm(Run, *Q);
-    } else if (Q->OpCode == IFR_ONE_OF_OP || Q->OpCode == IFR_CHECKBOX_OP || Q->OpCode == IFR_NUMERIC_OP) {
+    } else if (IsValueQuestion(*Q)) {
       ExportQuestion(Run, *Q);
     }
   }

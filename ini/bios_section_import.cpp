@@ -16,6 +16,7 @@
 #include "ini/section_path.h"
 #include "runtime/crt.h"
 #include "runtime/owned.h"
+#include "settings/eligibility.h"
 #include "settings/question_variable.h"
 
 namespace {
@@ -26,7 +27,6 @@ constexpr UINT32 AUX_TEXT_BYTES = 150;
 constexpr UINT32 KEY_TEXT_BYTES = 150;
 // The UTF-16 copy of a prompt, for the record handed to WriteQuestionValue.
 constexpr UINT32 PROMPT_UNITS = 0x10000;
-constexpr UINT32 HIDING_FLAGS = SETUP_QUESTION_SUPPRESSED | SETUP_QUESTION_HIDDEN | SETUP_QUESTION_GRAYED_OUT;
 
 constexpr const char *SERIAL_A_SECTIONS[] = {"BIOS::ADVANCED::SERIAL PORT CONFIGURATION::SERIAL A ENABLE",
                                              "BIOS::SERIAL PORT CONFIGURATION::SERIAL A ENABLE"};
@@ -112,29 +112,29 @@ void Report(ImportRun &Run, const SetupQuestion &Question, UINT32 Value, ImportS
   NarrowPrompt(Question.PromptText, Question.PromptLength, true, Run.KeyText, sizeof(Run.KeyText));
   if (crt::strstr(Run.KeyText, "Serial") != nullptr) EnterSerialSection(Run);
 
-  const auto *Bytes = reinterpret_cast<const UINT8 *>(Question.PromptText);
-  for (UINT32 Unit = 0; Unit < Question.PromptLength; ++Unit) {
-    Run.Prompt[Unit] = static_cast<CHAR16>(Bytes[2 * Unit] | (Bytes[2 * Unit + 1] << 8));
-  }
-  Run.Prompt[Question.PromptLength] = 0;
-  BIOS_SETTING_VALUE Record{};
-  Record.Name = Run.Prompt;
-  Record.NameLength = Question.PromptLength;
-
   if (ReadIniKey(Run.SectionPath, Run.KeyText, Run.AuxText, Run.ValueText, sizeof(Run.ValueText), INI_VALUE_MAX,
                  Run.FileName, 0) != 0) {
     return EFI_SUCCESS;
   }
+  BIOS_SETTING_VALUE Record{};
   Record.Value = static_cast<UINT32>(crt::atoi(Run.ValueText));
-  const bool ValueQuestion = Question.OpCode == IFR_ONE_OF_OP || Question.OpCode == IFR_CHECKBOX_OP ||
-                             Question.OpCode == IFR_NUMERIC_OP;
-  if (Record.Value == Question.Value || !ValueQuestion) return EFI_SUCCESS;
+  if (Record.Value == Question.Value || !IsValueQuestion(Question)) return EFI_SUCCESS;
   const bool Planning = Run.Observer != nullptr;
   if (!Run.ApplyEnabled) {
     // Held back until the forms are read again after a reshaping change.
     if (Planning) Report(Run, Question, Record.Value, ImportStepKind::AfterReload);
     return EFI_SUCCESS;
   }
+
+  // The UTF-16 prompt, only for a question that is about to be checked and
+  // written: the record and the error texts name it.
+  const auto *Bytes = reinterpret_cast<const UINT8 *>(Question.PromptText);
+  for (UINT32 Unit = 0; Unit < Question.PromptLength; ++Unit) {
+    Run.Prompt[Unit] = static_cast<CHAR16>(Bytes[2 * Unit] | (Bytes[2 * Unit + 1] << 8));
+  }
+  Run.Prompt[Question.PromptLength] = 0;
+  Record.Name = Run.Prompt;
+  Record.NameLength = Question.PromptLength;
   if (!QuestionAcceptsValue(Question, Record.Value)) {
     if (Planning) {
       Report(Run, Question, Record.Value, ImportStepKind::OutOfRange);
@@ -178,7 +178,7 @@ void Report(ImportRun &Run, const SetupQuestion &Question, UINT32 Value, ImportS
   if (CheckSerialPortConflict(IniFileName) != 0) return BCFG_INI_E_SERIAL_CONFLICT;
 
   for (SetupQuestion *Q = Engine.Forms.Questions; Q != nullptr; Q = Q->Next) {
-    if (Q->PromptText == nullptr || Q->PromptLength == 0 || (Q->Flags & HIDING_FLAGS) != 0) continue;
+    if (!InBiosBlock(*Q)) continue;
     R.KeyText[0] = '\0';
     R.ValueText[0] = '\0';
     if (Q->OpCode == IFR_FORM_OP) {

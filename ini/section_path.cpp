@@ -88,6 +88,11 @@ void BuildSerialSectionPath(const char *SectionPath, UINT16 *PreviousFormId, UIN
   BuildSectionPath(SectionPath, *PreviousFormId, Title, *PreviousFormId, Result);
 }
 
+bool InBiosBlock(const SetupQuestion &Record) {
+  constexpr UINT32 HIDING_FLAGS = SETUP_QUESTION_SUPPRESSED | SETUP_QUESTION_HIDDEN | SETUP_QUESTION_GRAYED_OUT;
+  return Record.PromptText != nullptr && Record.PromptLength != 0 && (Record.Flags & HIDING_FLAGS) == 0;
+}
+
 char *UppercaseAscii(char *Text) {
   for (char *C = Text; *C != '\0'; ++C) {
     if (*C >= 'a' && *C <= 'z') *C = static_cast<char>(*C - ('a' - 'A'));

@@ -8,6 +8,7 @@
 // saved file is read back under the names it was written with.
 #pragma once
 
+#include "forms/setup_question.h"
 #include "runtime/uefi.h"
 
 // Section buffers hold this many bytes: 149 characters and the NUL.
@@ -29,6 +30,11 @@ void BuildSectionPath(const char *SectionPath, UINT32 PreviousId, const char *Ti
 // the caller).
 void BuildSerialSectionPath(const char *SectionPath, UINT16 *PreviousFormId, UINT16 *Count, const char *Title,
                             char *Result);
+
+// Whether the export and the import walk this record (a form or a
+// question): it has a prompt and is neither suppressed, hidden nor grayed
+// out. One rule for both, so their section paths stay in step.
+[[nodiscard]] bool InBiosBlock(const SetupQuestion &Record);
 
 // Turns a-z into A-Z in place; every other byte, from 0x80 up included,
 // stays. Returns Text.
