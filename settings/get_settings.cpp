@@ -1,9 +1,9 @@
 // GetSettings and GetFormSettings: reading questions by prompt.
-#include "driver/settings_engine.h"
 #include "settings/eligibility.h"
 #include "settings/option_copy.h"
 #include "settings/record_list.h"
 #include "settings/settings_access.h"
+#include "settings/settings_engine.h"
 
 namespace {
 

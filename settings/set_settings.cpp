@@ -1,10 +1,10 @@
 // SetSettings: changing questions by prompt, anywhere in the forms.
-#include "driver/settings_engine.h"
 #include "forms/option_cursor.h"
 #include "settings/eligibility.h"
 #include "settings/question_variable.h"
 #include "settings/record_list.h"
 #include "settings/settings_access.h"
+#include "settings/settings_engine.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 // platform defines. Also checks that the reshaping questions really reshape
 // their forms once their variable changes and the forms are reloaded.
 #include "driver/image_state.h"
-#include "driver/settings_engine.h"
 #include "forms/option_cursor.h"
 #include "platform/sample_platform.h"
+#include "settings/settings_engine.h"
 #include "tests/support/driver_harness.h"
 #include "tools/hiibuild/hii_export_builder.h"
 
