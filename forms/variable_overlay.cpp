@@ -173,10 +173,14 @@ EFI_STATUS VariableOverlay::Set(CHAR16 *Name, EFI_GUID *Guid, UINT32 Attributes,
   } else {
     // An existing variable keeps its attributes.
     if (E->Exists && E->Attributes != Attributes) return EFI_INVALID_PARAMETER;
-    UINT8 *Copy = CopyOf(Data, DataSize);
-    if (Copy == nullptr) return EFI_OUT_OF_RESOURCES;
-    crt::free(E->Data);
-    E->Data = Copy;
+    if (E->Exists && E->Size == DataSize) {
+      crt::memcpy(E->Data, Data, DataSize);  // the usual rewrite: same size, in place
+    } else {
+      UINT8 *Copy = CopyOf(Data, DataSize);
+      if (Copy == nullptr) return EFI_OUT_OF_RESOURCES;
+      crt::free(E->Data);
+      E->Data = Copy;
+    }
     E->Size = DataSize;
     E->Attributes = Attributes;
     E->Exists = true;
