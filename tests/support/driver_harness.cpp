@@ -1,6 +1,6 @@
 #include "tests/support/driver_harness.h"
 
-#include "sim/bioscfg_image.h"
+#include "simimages/images.h"
 #include "tools/strc/catalog_image.h"
 #include "tools/strc/catalog_source.h"
 
@@ -50,7 +50,7 @@ void DriverTest::SetUp() {
   SetTorvelPath(u"fs0:\\tools");
   PreparePlatform();
   // After the platform is complete: with a Shell, fs0: may be another disk.
-  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\bioscfg.efi", sim::BioscfgImage()));
+  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\bioscfg.efi", simimages::BioscfgImage()));
   ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
 }
 

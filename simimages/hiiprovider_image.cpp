@@ -1,17 +1,17 @@
-#include "hiiprovider/sim_image.h"
+#include "simimages/images.h"
 
 #include "hiiprovider/provider_entry.h"
 #include "hiiprovider/provider_state.h"
 
-namespace hiiprovider {
+namespace simimages {
 
 sim::ImageDescriptor HiiProviderImage() {
   sim::ImageDescriptor Image;
   Image.FileName = "hiiprovider.efi";
-  Image.Entry = ProviderEntry;
-  Image.ResetState = ResetProviderState;
+  Image.Entry = hiiprovider::ProviderEntry;
+  Image.ResetState = hiiprovider::ResetProviderState;
   Image.DataType = EfiBootServicesData;
   return Image;
 }
 
-}  // namespace hiiprovider
+}  // namespace simimages

@@ -1,11 +1,11 @@
-#include "iniparse/sim_image.h"
+#include "simimages/images.h"
 
 #include "iniparse/image_entry.h"
 
-namespace sim {
+namespace simimages {
 
-ImageDescriptor IniparseImage() {
-  ImageDescriptor Image;
+sim::ImageDescriptor IniparseImage() {
+  sim::ImageDescriptor Image;
   Image.FileName = "iniparse.efi";
   Image.Entry = iniparse::IniParserEntry;
   Image.ResetState = iniparse::ResetImageState;
@@ -13,4 +13,4 @@ ImageDescriptor IniparseImage() {
   return Image;
 }
 
-}  // namespace sim
+}  // namespace simimages

@@ -1,12 +1,12 @@
-#include "sim/bioscfg_image.h"
+#include "simimages/images.h"
 
 #include "driver/driver_entry.h"
 #include "driver/image_state.h"
 
-namespace sim {
+namespace simimages {
 
-ImageDescriptor BioscfgImage() {
-  ImageDescriptor Image;
+sim::ImageDescriptor BioscfgImage() {
+  sim::ImageDescriptor Image;
   Image.FileName = "bioscfg.efi";
   Image.Entry = DriverEntry;
   Image.ResetState = ResetImageState;
@@ -14,4 +14,4 @@ ImageDescriptor BioscfgImage() {
   return Image;
 }
 
-}  // namespace sim
+}  // namespace simimages
