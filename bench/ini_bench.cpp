@@ -4,8 +4,8 @@
 // parser lookups, what the parser read of the file, and the variable calls;
 // passes or fails nothing.
 #include "driver/image_state.h"
+#include "hiibuild/host/hii_export_builder.h"
 #include "tools/bioscfg-sim/simulated_machine.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 #include <algorithm>
 #include <chrono>

@@ -4,8 +4,8 @@
 // is recorded for tests and tools. Conditions take the questions they test.
 #pragma once
 
+#include "hiibuild/host/hii_export_builder.h"
 #include "platform/sample_platform.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 #include <string>
 #include <vector>

@@ -12,11 +12,11 @@
 // included) is failed instead of all of them.
 #include "driver/image_state.h"
 #include "driver/settings_engine.h"
+#include "hiibuild/host/hii_export_builder.h"
 #include "sim/firmware.h"
 #include "sim/temp_folder.h"
 #include "simimages/images.h"
 #include "tests/support/driver_harness.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 #include <gtest/gtest.h>
 

@@ -4,11 +4,11 @@
 // forms and the values the provider serves.
 #include "driver/image_state.h"
 #include "driver/settings_engine.h"
+#include "hiibuild/host/hii_export_builder.h"
 #include "platform/sample_platform.h"
 #include "simimages/images.h"
 #include "tests/hiiprovider/demo_platform.h"
 #include "tests/support/driver_harness.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 namespace {
 

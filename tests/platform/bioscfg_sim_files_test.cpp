@@ -1,7 +1,7 @@
 // The host tool's platform files: the variable store text and the export
 // header detection.
+#include "hiibuild/host/hii_export_builder.h"
 #include "tools/bioscfg-sim/platform_files.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 #include <gtest/gtest.h>
 
@@ -58,7 +58,7 @@ TEST(ExportFile, HeaderStyleSelectsTheServingProtocol) {
     Export.AddTable(platform::gSampleSetupFormSetGuid).Ifr().Form(1, u"Main").EndForm();
     EXPECT_TRUE(hiibuild::GuidsEqual(HiiProtocolOf(Export.Build()), Export.ProtocolGuid()));
   }
-  EXPECT_TRUE(hiibuild::GuidsEqual(HiiProtocolOf({}), hiibuild::gFrameworkHiiProtocolGuid));
+  EXPECT_TRUE(hiibuild::GuidsEqual(HiiProtocolOf({}), gFrameworkHiiProtocolGuid));
 }
 
 }  // namespace

@@ -5,9 +5,9 @@
 #include "driver/image_state.h"
 #include "driver/settings_engine.h"
 #include "forms/option_cursor.h"
+#include "hiibuild/host/hii_export_builder.h"
 #include "platform/sample_platform.h"
 #include "tests/support/driver_harness.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 #include <gtest/gtest.h>
 

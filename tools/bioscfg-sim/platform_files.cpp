@@ -1,7 +1,7 @@
 #include "tools/bioscfg-sim/platform_files.h"
 
+#include "hiibuild/host/hii_export_builder.h"
 #include "platform/variable_store_text.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 #include <cstdio>
 #include <fstream>
@@ -15,9 +15,9 @@ PlatformInput SamplePlatformInput() {
 
 EFI_GUID HiiProtocolOf(const std::vector<uint8_t> &Export) {
   if (Export.size() >= 20 &&
-      hiibuild::GuidsEqual(hiibuild::GetGuid(Export, 4), hiibuild::gFrameworkHiiRevisedProtocolGuid))
-    return hiibuild::gFrameworkHiiRevisedProtocolGuid;
-  return hiibuild::gFrameworkHiiProtocolGuid;
+      hiibuild::GuidsEqual(hiibuild::GetGuid(Export, 4), gFrameworkHiiLaterProtocolGuid))
+    return gFrameworkHiiLaterProtocolGuid;
+  return gFrameworkHiiProtocolGuid;
 }
 
 bool ReadFileBytes(const std::string &Path, std::vector<uint8_t> &Out, std::string &Error) {

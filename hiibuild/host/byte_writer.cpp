@@ -1,4 +1,6 @@
-#include "tools/hiibuild/byte_writer.h"
+#include "hiibuild/host/byte_writer.h"
+
+#include "hiibuild/little_endian.h"
 
 #include <cctype>
 #include <cstdio>
@@ -7,14 +9,26 @@
 
 namespace hiibuild {
 
-ByteWriter &ByteWriter::LittleEndian(uint64_t V, int Count) {
-  for (int I = 0; I < Count; ++I) Out.push_back(static_cast<uint8_t>(V >> (8 * I)));
+uint8_t *ByteWriter::Grow(size_t Count) {
+  Out.resize(Out.size() + Count);
+  return Out.data() + Out.size() - Count;
+}
+
+ByteWriter &ByteWriter::U16(uint16_t V) {
+  PutLe16(Grow(2), V);
   return *this;
 }
 
+ByteWriter &ByteWriter::U32(uint32_t V) {
+  PutLe32(Grow(4), V);
+  return *this;
+}
+
+ByteWriter &ByteWriter::U64(uint64_t V) { return U32(static_cast<uint32_t>(V)).U32(static_cast<uint32_t>(V >> 32)); }
+
 ByteWriter &ByteWriter::Guid(const EFI_GUID &G) {
-  U32(G.Data1).U16(G.Data2).U16(G.Data3);
-  for (uint8_t B : G.Data4) U8(B);
+  uint8_t *At = Grow(sizeof(EFI_GUID));
+  ByteCursor(At, At + sizeof(EFI_GUID)).Guid(G);
   return *this;
 }
 
@@ -33,27 +47,19 @@ static void CheckRange(const Bytes &Image, size_t Offset, size_t Width) {
     throw std::out_of_range("field beyond the end of the image");
 }
 
-void PutU16(Bytes &Image, size_t Offset, uint16_t Value) {
-  CheckRange(Image, Offset, 2);
-  Image[Offset] = static_cast<uint8_t>(Value);
-  Image[Offset + 1] = static_cast<uint8_t>(Value >> 8);
-}
-
 void PutU32(Bytes &Image, size_t Offset, uint32_t Value) {
   CheckRange(Image, Offset, 4);
-  for (size_t I = 0; I < 4; ++I) Image[Offset + I] = static_cast<uint8_t>(Value >> (8 * I));
+  PutLe32(Image.data() + Offset, Value);
 }
 
 uint16_t GetU16(const Bytes &Image, size_t Offset) {
   CheckRange(Image, Offset, 2);
-  return static_cast<uint16_t>(Image[Offset] | (Image[Offset + 1] << 8));
+  return GetLe16(Image.data() + Offset);
 }
 
 uint32_t GetU32(const Bytes &Image, size_t Offset) {
   CheckRange(Image, Offset, 4);
-  uint32_t V = 0;
-  for (size_t I = 0; I < 4; ++I) V |= static_cast<uint32_t>(Image[Offset + I]) << (8 * I);
-  return V;
+  return GetLe32(Image.data() + Offset);
 }
 
 EFI_GUID GetGuid(const Bytes &Image, size_t Offset) {

@@ -21,11 +21,17 @@
 // strings) throws std::length_error. Raw(), the raw-pack and raw-table calls
 // and the length overrides (LengthField) let tests write deliberately
 // malformed input.
+//
+// This is the host layer (STL, exceptions): every byte is encoded by the
+// freestanding core in hiibuild/, which images use directly.
 #pragma once
 
+#include "hiibuild/byte_buffer.h"
+#include "hiibuild/export_encoder.h"
+#include "hiibuild/framework_hii.h"
+#include "hiibuild/host/byte_writer.h"
+#include "hiibuild/ifr_encoder.h"
 #include "runtime/uefi.h"
-#include "tools/hiibuild/byte_writer.h"
-#include "tools/hiibuild/ifr_opcodes.h"
 
 #include <deque>
 #include <map>
@@ -36,14 +42,34 @@
 
 namespace hiibuild {
 
-// {EA816D2C-CEE5-4F02-99B5-D3905CBBD077}: the Framework HII protocol; also
-// the GUID of the classic export header.
-inline constexpr EFI_GUID gFrameworkHiiProtocolGuid = {
-    0xea816d2c, 0xcee5, 0x4f02, {0x99, 0xb5, 0xd3, 0x90, 0x5c, 0xbb, 0xd0, 0x77}};
-// {D7AD636E-B997-459B-BF3F-8846897980E1}: the later revision of the protocol,
-// whose export header has a 32-bit table count.
-inline constexpr EFI_GUID gFrameworkHiiRevisedProtocolGuid = {
-    0xd7ad636e, 0xb997, 0x459b, {0xbf, 0x3f, 0x88, 0x46, 0x89, 0x79, 0x80, 0xe1}};
+// Byte offsets of the export's fixed fields, for tests that read or patch
+// built images; taken from the layouts of framework_hii.h.
+namespace hii_layout {
+constexpr uint32_t CLASSIC_HEADER_SIZE = sizeof(HII_EXPORT_HEADER);
+constexpr uint32_t EXTENDED_HEADER_SIZE = sizeof(HII_EXPORT_HEADER_WIDE);
+constexpr uint32_t DATA_TABLE_HEADER_SIZE = sizeof(HII_DATA_TABLE);
+constexpr uint32_t TABLE_HANDLE = offsetof(HII_DATA_TABLE, HiiHandle);
+constexpr uint32_t TABLE_PACKAGE_GUID = offsetof(HII_DATA_TABLE, PackageGuid);
+constexpr uint32_t TABLE_SIZE = offsetof(HII_DATA_TABLE, DataTableSize);
+constexpr uint32_t TABLE_IFR_OFFSET = offsetof(HII_DATA_TABLE, IfrDataOffset);
+constexpr uint32_t TABLE_STRING_OFFSET = offsetof(HII_DATA_TABLE, StringDataOffset);
+constexpr uint32_t TABLE_VARIABLE_OFFSET = offsetof(HII_DATA_TABLE, VariableDataOffset);
+constexpr uint32_t TABLE_DEVICE_PATH_OFFSET = offsetof(HII_DATA_TABLE, DevicePathOffset);
+constexpr uint32_t TABLE_VARIABLE_COUNT = offsetof(HII_DATA_TABLE, NumberOfVariableData);
+constexpr uint32_t TABLE_LANGUAGE_COUNT = offsetof(HII_DATA_TABLE, NumberOfLanguages);
+constexpr uint32_t PACK_LENGTH = offsetof(HII_PACK_HEADER, Length);
+constexpr uint32_t PACK_TYPE = offsetof(HII_PACK_HEADER, Type);
+constexpr uint32_t PACK_HEADER_SIZE = sizeof(HII_PACK_HEADER);
+constexpr uint32_t STRING_LANGUAGE_NAME = offsetof(HII_STRING_PACK_HEADER, LanguageNameString);
+constexpr uint32_t STRING_PRINTABLE_NAME = offsetof(HII_STRING_PACK_HEADER, PrintableLanguageName);
+constexpr uint32_t STRING_POINTER_COUNT = offsetof(HII_STRING_PACK_HEADER, NumStringPointers);
+constexpr uint32_t STRING_ATTRIBUTES = offsetof(HII_STRING_PACK_HEADER, Attributes);
+constexpr uint32_t STRING_POINTERS = sizeof(HII_STRING_PACK_HEADER);
+constexpr uint32_t VARIABLE_GUID = offsetof(HII_VARIABLE_PACK_HEADER, VariableGuid);
+constexpr uint32_t VARIABLE_NAME_LENGTH = offsetof(HII_VARIABLE_PACK_HEADER, VariableNameLength);
+constexpr uint32_t VARIABLE_ID = offsetof(HII_VARIABLE_PACK_HEADER, VariableId);
+constexpr uint32_t VARIABLE_NAME = sizeof(HII_VARIABLE_PACK_HEADER);
+}  // namespace hii_layout
 
 // A display string: one text per language.
 struct Text {
@@ -85,14 +111,6 @@ class StringTable {
   std::map<Text, uint16_t> Tokens;
 };
 
-// Allowed values of a numeric question.
-struct NumericRange {
-  uint16_t Minimum = 0;
-  uint16_t Maximum = 0;
-  uint16_t Step = 1;
-  uint16_t Default = 0;
-};
-
 struct OptionEntry {
   Text Label;
   uint16_t Value = 0;
@@ -119,7 +137,7 @@ class LengthField {
 // The IFR opcodes of one data table, in the order they are added.
 class IfrBuilder {
  public:
-  explicit IfrBuilder(StringTable &Strings) : Strings(Strings) {}
+  explicit IfrBuilder(StringTable &Strings);
 
   // Form set (0x0E, 36 bytes): GUID at 2, title at 18, help at 20, callback
   // handle at 22, class at 30, subclass at 32, NV data size at 34.
@@ -185,24 +203,17 @@ class IfrBuilder {
   // Bytes copied as they are, for malformed input.
   IfrBuilder &Raw(const Bytes &Code);
 
-  const Bytes &Code() const { return Out.Data(); }
-  size_t OpcodeCount() const { return Opcodes; }
+  // The opcodes so far.
+  Bytes Code() const;
 
  private:
-  IfrBuilder &Bare(uint8_t OpCode);
-  // Starts an opcode: number and length.
-  ByteWriter &Begin(uint8_t OpCode, size_t Length);
+  // Throws for a status other than Success (see host_allocator.h).
+  IfrBuilder &Check(BuildStatus Status, const char *What);
   uint16_t Token(const Text &T) { return Strings.Token(T); }
 
   StringTable &Strings;
-  ByteWriter Out;
-  size_t Opcodes = 0;
-};
-
-// Where a table's packs lie after its header.
-enum class PackOrder {
-  VariablesIfrStrings,  // the usual layout
-  VariablesStringsIfr,  // the IFR pack last, so that its end is the table's
+  ByteBuffer Out;
+  IfrEncoder Encoder;
 };
 
 // One data table: its IFR pack, one string pack per language and its
@@ -252,11 +263,6 @@ class DataTableBuilder {
   std::map<std::string, LengthField> StringLengths;
 };
 
-enum class ExportHeaderStyle {
-  Classic,   // UINT16 count at 0, GUID at 2, first table at 18
-  Extended,  // UINT32 count at 0, GUID at 4, first table at 20
-};
-
 // A whole export: the header and its data tables one after another.
 class ExportBuilder {
  public:
@@ -271,8 +277,7 @@ class ExportBuilder {
 
   Bytes Build() const;
   // The protocol GUID that serves an export of this header style.
-  const EFI_GUID &ProtocolGuid() const;
-  ExportHeaderStyle HeaderStyle() const { return Style; }
+  const EFI_GUID &ProtocolGuid() const { return ExportHeaderGuid(Style); }
 
  private:
   struct Entry {

@@ -1,4 +1,4 @@
-#include "tools/hiibuild/example_exports.h"
+#include "hiibuild/host/example_exports.h"
 
 namespace hiibuild {
 namespace {

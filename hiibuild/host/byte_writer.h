@@ -1,5 +1,6 @@
-// Little-endian, unaligned byte helpers for assembling and patching Framework
-// HII structures on the host.
+// Little-endian, unaligned byte helpers for assembling, patching and
+// reading Framework HII structures on the host (tests and tools). The
+// fields are encoded by the core's little_endian.h.
 #pragma once
 
 #include "runtime/uefi.h"
@@ -13,33 +14,33 @@ namespace hiibuild {
 
 using Bytes = std::vector<uint8_t>;
 
-// Appends values to a growing byte image.
+// Appends values to a growing byte image (hand-made, often malformed,
+// structures in tests).
 class ByteWriter {
  public:
   ByteWriter &U8(uint8_t V) { Out.push_back(V); return *this; }
-  ByteWriter &U16(uint16_t V) { return LittleEndian(V, 2); }
-  ByteWriter &U32(uint32_t V) { return LittleEndian(V, 4); }
-  ByteWriter &U64(uint64_t V) { return LittleEndian(V, 8); }
+  ByteWriter &U16(uint16_t V);
+  ByteWriter &U32(uint32_t V);
+  ByteWriter &U64(uint64_t V);
   ByteWriter &Guid(const EFI_GUID &G);
   // UCS-2 text followed by a 16-bit NUL.
   ByteWriter &WideZ(const std::u16string &Text);
   // 8-bit text followed by a NUL.
   ByteWriter &AsciiZ(const std::string &Text);
   ByteWriter &Append(const Bytes &More) { Out.insert(Out.end(), More.begin(), More.end()); return *this; }
-  ByteWriter &Zeros(size_t Count) { Out.insert(Out.end(), Count, 0); return *this; }
 
   size_t Size() const { return Out.size(); }
   const Bytes &Data() const { return Out; }
   Bytes Take() { return std::move(Out); }
 
  private:
-  ByteWriter &LittleEndian(uint64_t V, int Count);
+  // Room for Count more bytes at the end; where they go.
+  uint8_t *Grow(size_t Count);
   Bytes Out;
 };
 
 // Patching and reading at a byte offset; throw std::out_of_range when the
 // field does not fit in the image.
-void PutU16(Bytes &Image, size_t Offset, uint16_t Value);
 void PutU32(Bytes &Image, size_t Offset, uint32_t Value);
 uint16_t GetU16(const Bytes &Image, size_t Offset);
 uint32_t GetU32(const Bytes &Image, size_t Offset);

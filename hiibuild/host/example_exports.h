@@ -8,7 +8,7 @@
 // "Large" (over the 4096-byte read limit) under the two GUIDs passed in.
 #pragma once
 
-#include "tools/hiibuild/hii_export_builder.h"
+#include "hiibuild/host/hii_export_builder.h"
 
 #include <string>
 #include <vector>

@@ -1,11 +1,11 @@
 // String packs: one per language, every token present in each.
-#include "tools/hiibuild/hii_export_builder.h"
+#include "hiibuild/host/hii_export_builder.h"
+#include "hiibuild/host/host_allocator.h"
+#include "hiibuild/pack_encoder.h"
 
 #include <stdexcept>
 
 namespace hiibuild {
-
-using namespace hii_layout;
 
 Text Text::OnlyIn(std::map<std::string, std::u16string> Translations) {
   Text T;
@@ -53,37 +53,21 @@ static std::u16string PrintableName(const std::string &Language) {
 }
 
 Bytes StringTable::BuildPack(const std::string &Language) const {
-  // Layout: 22-byte header, one pointer per token, the language names, then
-  // the texts. Every pointer is an offset from the pack's start.
-  const uint32_t PointerBytes = static_cast<uint32_t>(4 * Strings.size());
-  ByteWriter Body;
-  const uint32_t BodyStart = STRING_POINTERS + PointerBytes;
-  const uint32_t LanguageNameAt = BodyStart;
-  Body.WideZ(Widen(Language));
-  const uint32_t PrintableNameAt = BodyStart + static_cast<uint32_t>(Body.Size());
-  Body.WideZ(PrintableName(Language));
-
-  std::vector<uint32_t> Pointers;
+  auto Wide = [](const std::u16string &Text) {
+    return WideText{reinterpret_cast<const CHAR16 *>(Text.data()), Text.size()};
+  };
+  const std::u16string LanguageName = Widen(Language);
+  const std::u16string Printable = PrintableName(Language);
+  std::vector<WideText> Texts;
+  Texts.reserve(Strings.size());
   for (const Text &T : Strings) {
     const std::u16string *Shown = T.In(Language);
-    if (Shown == nullptr) {
-      Pointers.push_back(0xFFFFFFFFu);  // beyond any pack: no text here
-      continue;
-    }
-    Pointers.push_back(BodyStart + static_cast<uint32_t>(Body.Size()));
-    Body.WideZ(*Shown);
+    Texts.push_back(Shown == nullptr ? WideText{nullptr, 0} : Wide(*Shown));  // absent: beyond the pack
   }
-
-  ByteWriter Pack;
-  Pack.U32(BodyStart + static_cast<uint32_t>(Body.Size()))
-      .U16(HII_PACK_STRING)
-      .U32(LanguageNameAt)
-      .U32(PrintableNameAt)
-      .U32(static_cast<uint32_t>(Strings.size()))
-      .U32(0);  // attributes
-  for (uint32_t P : Pointers) Pack.U32(P);
-  Pack.Append(Body.Data());
-  return Pack.Take();
+  ByteBuffer Pack(HostAllocator());
+  ThrowUnlessSuccess(WriteStringPack(Pack, StringPackSpec{Wide(LanguageName), Wide(Printable), Texts.data(), Texts.size()}),
+                     "string pack");
+  return Bytes(Pack.Data(), Pack.Data() + Pack.Size());
 }
 
 }  // namespace hiibuild

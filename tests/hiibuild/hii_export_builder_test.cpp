@@ -1,5 +1,5 @@
 // The builder's encodings against the Framework HII byte layout.
-#include "tools/hiibuild/hii_export_builder.h"
+#include "hiibuild/host/hii_export_builder.h"
 
 #include <gtest/gtest.h>
 
@@ -49,7 +49,7 @@ TEST(ExportHeader, ClassicAndExtendedLayouts) {
     const EFI_GUID *Guid;
   };
   for (const Case &C : {Case{ExportHeaderStyle::Classic, 2, &gFrameworkHiiProtocolGuid},
-                        Case{ExportHeaderStyle::Extended, 4, &gFrameworkHiiRevisedProtocolGuid}}) {
+                        Case{ExportHeaderStyle::Extended, 4, &gFrameworkHiiLaterProtocolGuid}}) {
     ExportBuilder Export(C.Style);
     Export.AddTable(kPackage).Ifr().Form(1, u"One").EndForm();
     Export.AddTable(kPackage).Ifr().Form(2, u"Two").EndForm();
@@ -84,12 +84,12 @@ TEST(DataTable, HeaderOffsetsPointAtTheirPacks) {
   EXPECT_EQ(GetU32(Image, TABLE_LANGUAGE_COUNT), 2u);
 
   size_t Ifr = GetU32(Image, TABLE_IFR_OFFSET);
-  EXPECT_EQ(GetU16(Image, Ifr + PACK_TYPE), HII_PACK_IFR);
+  EXPECT_EQ(GetU16(Image, Ifr + PACK_TYPE), HII_IFR_PACK);
   EXPECT_EQ(GetU32(Image, Ifr + PACK_LENGTH), PACK_HEADER_SIZE + 6u + 2u);
-  EXPECT_EQ(Image[Ifr + PACK_HEADER_SIZE], IFR_FORM);
+  EXPECT_EQ(Image[Ifr + PACK_HEADER_SIZE], IFR_OP_FORM);
 
   size_t Variable = GetU32(Image, TABLE_VARIABLE_OFFSET);
-  EXPECT_EQ(GetU16(Image, Variable + PACK_TYPE), HII_PACK_VARIABLE);
+  EXPECT_EQ(GetU16(Image, Variable + PACK_TYPE), HII_VARIABLE_PACK);
   EXPECT_TRUE(GuidsEqual(GetGuid(Image, Variable + VARIABLE_GUID), kVariable));
   EXPECT_EQ(GetU32(Image, Variable + VARIABLE_NAME_LENGTH), 12u);  // "Setup" and NUL
   EXPECT_EQ(GetU16(Image, Variable + VARIABLE_ID), 3);
@@ -98,7 +98,7 @@ TEST(DataTable, HeaderOffsetsPointAtTheirPacks) {
   EXPECT_EQ(GetWideZ(Image, Second + VARIABLE_NAME), u"Other");
 
   size_t Strings = GetU32(Image, TABLE_STRING_OFFSET);
-  EXPECT_EQ(GetU16(Image, Strings + PACK_TYPE), HII_PACK_STRING);
+  EXPECT_EQ(GetU16(Image, Strings + PACK_TYPE), HII_STRING_PACK);
   EXPECT_EQ(StringPackOf(Image, "fra"), Strings);  // packs in the given order
   EXPECT_GT(StringPackOf(Image, "eng"), Strings);
 
@@ -214,11 +214,11 @@ TEST(IfrEncoding, OneOfWithOptionsFlagsOnlyTheDefaultAndLengthsAreBounded) {
   ASSERT_EQ(Code.size(), 9u + 3 * 9u + 2u);
   for (int I = 0; I < 3; ++I) {
     size_t Option = 9 + 9 * I;
-    EXPECT_EQ(Code[Option], IFR_ONE_OF_OPTION);
+    EXPECT_EQ(Code[Option], IFR_OP_ONE_OF_OPTION);
     EXPECT_EQ(GetU16(Code, Option + 4), I);
     EXPECT_EQ(Code[Option + 6], I == 1 ? IFR_FLAG_DEFAULT : 0);
   }
-  EXPECT_EQ(Code[Code.size() - 2], IFR_END_ONE_OF);
+  EXPECT_EQ(Code[Code.size() - 2], IFR_OP_END_ONE_OF);
   // Opcodes whose length would not fit the length byte are refused.
   EXPECT_NO_THROW(Ifr.EqIdList(0, 1, std::vector<uint16_t>(124, 1)));  // 7 + 248 = 255
   EXPECT_THROW(Ifr.EqIdList(0, 1, std::vector<uint16_t>(125, 1)), std::length_error);
@@ -289,7 +289,7 @@ TEST(GuidText, RoundTripsAndRejectsMalformedText) {
   EFI_GUID Parsed{};
   EXPECT_EQ(GuidToString(gFrameworkHiiProtocolGuid), "{EA816D2C-CEE5-4F02-99B5-D3905CBBD077}");
   ASSERT_TRUE(ParseGuid("d7ad636e-b997-459b-bf3f-8846897980e1", Parsed));
-  EXPECT_TRUE(GuidsEqual(Parsed, gFrameworkHiiRevisedProtocolGuid));
+  EXPECT_TRUE(GuidsEqual(Parsed, gFrameworkHiiLaterProtocolGuid));
   for (const char *Bad : {"", "{D7AD636E-B997-459B-BF3F-8846897980E}", "D7AD636EXB997-459B-BF3F-8846897980E1",
                           "{G7AD636E-B997-459B-BF3F-8846897980E1}"})
     EXPECT_FALSE(ParseGuid(Bad, Parsed)) << Bad;
