@@ -5,7 +5,7 @@
 // one-of option texts point into it and clients read them through 32-bit
 // addresses.
 #include "driver/image_state.h"
-#include "forms/framework_hii.h"
+#include "hiibuild/framework_hii.h"
 #include "forms/hii_retrieval.h"
 #include "runtime/crt.h"
 #include "runtime/owned.h"

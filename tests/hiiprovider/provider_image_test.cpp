@@ -2,7 +2,7 @@
 // Framework HII and no device I/O on the root device path until the
 // provider brings them. Loaded from a simulated volume as the Shell's
 // `load` does.
-#include "forms/framework_hii.h"
+#include "hiibuild/framework_hii.h"
 #include "platform/sample_platform.h"
 #include "simimages/images.h"
 #include "tests/hiiprovider/demo_platform.h"
