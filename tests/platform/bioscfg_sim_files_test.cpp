@@ -1,6 +1,7 @@
-// The host tool's platform files: the variable store text and the export
-// header detection.
+// The host tool's platform files: the variable store text of the host's
+// variable lists and the export header detection.
 #include "hiibuild/host/hii_export_builder.h"
+#include "platform/variable_store_text.h"
 #include "tools/bioscfg-sim/platform_files.h"
 
 #include <gtest/gtest.h>
@@ -8,6 +9,8 @@
 namespace {
 
 using namespace bioscfgsim;
+using platform::FormatVariableStore;
+using platform::ParseVariableStore;
 
 // The sample's variables survive a round trip; comments, blank lines, bare
 // GUIDs, hex attributes and empty data ("-") are accepted.

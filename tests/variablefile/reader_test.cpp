@@ -1,7 +1,7 @@
 // The freestanding variable store reader at its bounds: field limits, the
 // caller's buffers, text that ends without a newline or a terminator, and
 // the error text.
-#include "platform/variable_store_text.h"
+#include "variablefile/variable_reader.h"
 
 #include <gtest/gtest.h>
 
@@ -10,12 +10,12 @@
 
 namespace {
 
-using platform::VariableStoreError;
+using variablefile::VariableStoreError;
 
 const std::string kGuid = " {C7F7C970-FCFF-455D-A884-F67C0E300856} ";
 
 struct Read {
-  platform::VariableStoreResult Result;
+  variablefile::VariableStoreResult Result;
   std::vector<std::u16string> Names;
   std::vector<size_t> Sizes;
   std::vector<size_t> Lines;
@@ -24,16 +24,16 @@ struct Read {
 
 // Reads Text from a heap block of exactly its size (no terminator), so the
 // sanitizer catches a read past the end.
-Read ReadText(const std::string &Text, size_t NameUnits = platform::VARIABLE_STORE_MAX_NAME + 1,
-              size_t DataBytes = platform::VARIABLE_STORE_MAX_DATA) {
+Read ReadText(const std::string &Text, size_t NameUnits = variablefile::VARIABLE_STORE_MAX_NAME + 1,
+              size_t DataBytes = variablefile::VARIABLE_STORE_MAX_DATA) {
   std::vector<char> Exact(Text.begin(), Text.end());
   std::vector<CHAR16> Name(NameUnits);
   std::vector<UINT8> Data(DataBytes);
-  const platform::VariableStoreBuffers Buffers{Name.data(), Name.size(), Data.data(), Data.size()};
+  const variablefile::VariableStoreBuffers Buffers{Name.data(), Name.size(), Data.data(), Data.size()};
   Read Out{};
-  Out.Result = platform::ReadVariableStore(
+  Out.Result = variablefile::ReadVariableStore(
       Exact.data(), Exact.size(), Buffers,
-      [](void *Context, const platform::StoreVariable &V) {
+      [](void *Context, const variablefile::StoreVariable &V) {
         Read &R = *static_cast<Read *>(Context);
         R.Names.emplace_back(reinterpret_cast<const char16_t *>(V.Name), V.NameLength);
         R.Sizes.push_back(V.DataSize);
@@ -41,7 +41,7 @@ Read ReadText(const std::string &Text, size_t NameUnits = platform::VARIABLE_STO
       },
       &Out);
   char Text160[160];
-  platform::DescribeVariableStoreError(Out.Result, Text160, sizeof Text160);
+  variablefile::DescribeVariableStoreError(Out.Result, Text160, sizeof Text160);
   Out.Described = Text160;
   return Out;
 }
@@ -51,7 +51,7 @@ std::string Line(const std::string &Name, size_t DataBytes) {
 }
 
 TEST(VariableStoreReader, FieldsAtTheirLimitsAndOneBeyond) {
-  const std::string LongestName(platform::VARIABLE_STORE_MAX_NAME, 'N');
+  const std::string LongestName(variablefile::VARIABLE_STORE_MAX_NAME, 'N');
   struct Case {
     const char *What;
     std::string Text;
@@ -59,7 +59,7 @@ TEST(VariableStoreReader, FieldsAtTheirLimitsAndOneBeyond) {
     size_t DataBytes;
     VariableStoreError Error;
   };
-  constexpr size_t NAME = platform::VARIABLE_STORE_MAX_NAME + 1, DATA = platform::VARIABLE_STORE_MAX_DATA;
+  constexpr size_t NAME = variablefile::VARIABLE_STORE_MAX_NAME + 1, DATA = variablefile::VARIABLE_STORE_MAX_DATA;
   const Case Cases[] = {
       {"longest name", Line(LongestName, 1), NAME, DATA, VariableStoreError::None},
       {"name one too long", Line(LongestName + "N", 1), NAME + 1, DATA, VariableStoreError::NameTooLong},
@@ -68,9 +68,9 @@ TEST(VariableStoreReader, FieldsAtTheirLimitsAndOneBeyond) {
       {"a byte more than the bound", Line("Setup", DATA + 1), NAME, DATA + 1, VariableStoreError::DataTooLong},
       {"a byte more than the buffer", Line("Setup", 3), NAME, 2, VariableStoreError::DataTooLong},
       {"no data", Line("Setup", 0), NAME, 0, VariableStoreError::None},
-      {"longest line", std::string(platform::VARIABLE_STORE_MAX_LINE, ' ') + "\n", NAME, DATA,
+      {"longest line", std::string(variablefile::VARIABLE_STORE_MAX_LINE, ' ') + "\n", NAME, DATA,
        VariableStoreError::None},
-      {"line one too long", std::string(platform::VARIABLE_STORE_MAX_LINE + 1, ' ') + "\n", NAME, DATA,
+      {"line one too long", std::string(variablefile::VARIABLE_STORE_MAX_LINE + 1, ' ') + "\n", NAME, DATA,
        VariableStoreError::LineTooLong},
       {"control character in a name", "Se\x01tup" + kGuid + "7 00\n", NAME, DATA, VariableStoreError::BadName},
       {"8-bit character in a name", "Se\xE9tup" + kGuid + "7 00\n", NAME, DATA, VariableStoreError::BadName},
@@ -110,13 +110,13 @@ TEST(VariableStoreReader, VisitsInOrderAndStopsAtTheFirstBadLine) {
 TEST(VariableStoreReader, ErrorTextsNameTheLineAndQuoteAtMostFortyCharacters) {
   EXPECT_EQ(ReadText("\n\nX {" + std::string(60, 'G') + "} 7 00\n").Described,
             "line 3: bad GUID '{" + std::string(39, 'G') + "...'");
-  EXPECT_EQ(ReadText(Line("Setup", platform::VARIABLE_STORE_MAX_DATA + 1)).Described,
+  EXPECT_EQ(ReadText(Line("Setup", variablefile::VARIABLE_STORE_MAX_DATA + 1)).Described,
             "line 1: the data is longer than 65536 bytes");
   EXPECT_EQ(ReadText("Setup" + kGuid + "7\x01 00\n").Described, "line 1: bad attributes '7?'");
 
-  const platform::VariableStoreResult Result{VariableStoreError::ExtraText, 12, nullptr, 0};
+  const variablefile::VariableStoreResult Result{VariableStoreError::ExtraText, 12, nullptr, 0};
   char Short[9];
-  EXPECT_EQ(platform::DescribeVariableStoreError(Result, Short, sizeof Short), 8u);
+  EXPECT_EQ(variablefile::DescribeVariableStoreError(Result, Short, sizeof Short), 8u);
   EXPECT_EQ(std::string(Short), "line 12:");
 }
 
