@@ -62,8 +62,6 @@ class SetupFormWriter {
   void EqualTo(const QuestionRef &Tested, uint16_t Value);
   void EqualToList(const QuestionRef &Tested, const std::vector<uint16_t> &Values);
 
-  uint16_t CurrentFormId() const { return FormId; }
-
  private:
   QuestionRef Record(uint8_t OpCode, const hiibuild::Text &Prompt, uint8_t Width, uint32_t Default,
                      std::vector<uint16_t> OptionValues = {});
