@@ -34,7 +34,7 @@ BuildStatus AppendPack(ByteBuffer &Out, UINT64 Size, Filler &&Fill) {
 
 }  // namespace
 
-BuildStatus WriteStringPack(ByteBuffer &Out, const StringPackSpec &Pack) {
+BuildStatus WriteStringPack(ByteBuffer &Out, const StringPackParts &Pack) {
   if (Missing(Pack.Language) || Missing(Pack.PrintableName) ||
       (Pack.Strings == nullptr && Pack.TokenCount != 0))
     return BuildStatus::InvalidArgument;

@@ -14,7 +14,7 @@ namespace hiibuild {
 // whose Units is nullptr is absent from this language, and its pointer is
 // then STRING_ABSENT, beyond any pack (an empty text has Length 0 and
 // Units set).
-struct StringPackSpec {
+struct StringPackParts {
   WideText Language;       // "eng"
   WideText PrintableName;  // "English"
   const WideText *Strings;
@@ -27,7 +27,7 @@ constexpr UINT32 STRING_ABSENT = 0xFFFFFFFFu;
 // the printable name, then the texts in token order, each with its NUL.
 // Every pointer is an offset from the pack's start. Success, TooLong,
 // OutOfMemory, or InvalidArgument for a missing name or string array.
-[[nodiscard]] BuildStatus WriteStringPack(ByteBuffer &Out, const StringPackSpec &Pack);
+[[nodiscard]] BuildStatus WriteStringPack(ByteBuffer &Out, const StringPackParts &Pack);
 
 // Variable pack (type 6): GUID at 6, name length in bytes (NUL included)
 // at 22, varstore id at 26, the NUL-terminated name at 28.

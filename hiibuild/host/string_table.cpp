@@ -65,8 +65,8 @@ Bytes StringTable::BuildPack(const std::string &Language) const {
     Texts.push_back(Shown == nullptr ? WideText{nullptr, 0} : Wide(*Shown));  // absent: beyond the pack
   }
   ByteBuffer Pack(HostAllocator());
-  ThrowUnlessSuccess(WriteStringPack(Pack, StringPackSpec{Wide(LanguageName), Wide(Printable), Texts.data(), Texts.size()}),
-                     "string pack");
+  const StringPackParts Parts{Wide(LanguageName), Wide(Printable), Texts.data(), Texts.size()};
+  ThrowUnlessSuccess(WriteStringPack(Pack, Parts), "string pack");
   return Bytes(Pack.Data(), Pack.Data() + Pack.Size());
 }
 
