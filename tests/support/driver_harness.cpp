@@ -17,9 +17,8 @@ const EFI_GUID kFrameworkHiiProtocolGuid = {
 
 namespace {
 
-// The repository root, found from this file's own path (CMake compiles it
-// by absolute path).
-fs::path SourceRoot() { return fs::path(__FILE__).parent_path().parent_path().parent_path(); }
+// The repository root (tests/support/CMakeLists.txt).
+fs::path SourceRoot() { return fs::path(BIOSCFG_SOURCE_DIR); }
 
 }  // namespace
 

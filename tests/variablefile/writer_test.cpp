@@ -77,7 +77,8 @@ TEST(VariableWriter, RefusesWhatTheReaderCouldNotTakeBackAndWritesNothing) {
     EXPECT_EQ(VariableLineLength(C.Variable.View()), 0u) << C.What;
     EXPECT_TRUE(Sink.Text.empty()) << C.What;
   }
-  StoreVariable NoData = Owned{u"Setup", {}}.View();
+  const Owned Setup{u"Setup", {}};
+  StoreVariable NoData = Setup.View();
   NoData.DataSize = 4;
   EXPECT_EQ(CheckStoreVariable(NoData), VariableWriteError::MissingData);
 }
