@@ -228,7 +228,7 @@ scenario_firmware() {
       { qemu_fail "boot '$boot' stopped before the end of its script"; return 1; }
     scenario_split "$dir/machine/$boot.txt" "$dir"
   done
-  for name in $(mdir -b -i "$QEMU_WORK/tools.img" ::/tools | sed -n 's|.*/||; /\.ini$/p'); do
+  for name in $(mdir -b -i "$QEMU_WORK/tools.img" ::/tools | sed -n 's|.*/||; /\.ini$/p; /\.vars$/p'); do
     qemu_get "tools/$name" "$dir/files/$name" || return 1
   done
 }
