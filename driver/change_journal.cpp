@@ -17,13 +17,14 @@ void CopyBounded(const char *From, char *To, UINTN Size) {
 
 }  // namespace
 
-ChangeJournal::ChangeJournal() : Collector{Collect, this}, Entries(nullptr), Count(0), Capacity(0) {}
+ChangeJournal::ChangeJournal() : Collector{Collect, this}, Entries(nullptr), Count(0), Capacity(0), SawFailure(false) {}
 
 ChangeJournal::~ChangeJournal() { crt::free(Entries); }
 
 void ChangeJournal::Collect(void *Self, const ChangeStep &Step) { static_cast<ChangeJournal *>(Self)->Add(Step); }
 
 void ChangeJournal::Add(const ChangeStep &Step) {
+  if (Step.Kind == StepKind::Fail) SawFailure = true;
   if (Count == Capacity) {
     const UINTN Grown = Capacity == 0 ? 16 : 2 * Capacity;
     auto *Larger = static_cast<Entry *>(crt::realloc(Entries, Grown * sizeof(Entry)));
@@ -42,8 +43,20 @@ void ChangeJournal::Add(const ChangeStep &Step) {
   CopyBounded(Step.ValueText, E.ValueText, sizeof E.ValueText);
 }
 
+EFI_STATUS ChangeJournal::Abandon(const VariableOverlay &Overlay, EFI_STATUS StepStatus, StepSink &Sink) {
+  // Settling as if every write had failed puts every change's record back;
+  // the step's own failure, with its text, is what the pass reports.
+  (void)Settle(Overlay, EFI_ABORTED, StepStatus, ChangeWork::SetSettings, Sink, false);
+  return StepStatus;
+}
+
 EFI_STATUS ChangeJournal::Settle(const VariableOverlay &Overlay, EFI_STATUS Flushed, EFI_STATUS StepStatus,
                                  ChangeWork Work, StepSink &Sink) {
+  return Settle(Overlay, Flushed, StepStatus, Work, Sink, true);
+}
+
+EFI_STATUS ChangeJournal::Settle(const VariableOverlay &Overlay, EFI_STATUS Flushed, EFI_STATUS StepStatus,
+                                 ChangeWork Work, StepSink &Sink, bool Explain) {
   const Entry *FirstUnstored = nullptr;
   for (UINTN Index = 0; Index < Count; ++Index) {
     Entry &E = Entries[Index];
@@ -59,7 +72,7 @@ EFI_STATUS ChangeJournal::Settle(const VariableOverlay &Overlay, EFI_STATUS Flus
     if (E.Step.ValueText != nullptr) E.Step.ValueText = E.ValueText;
     Sink.Emit(E.Step, Unstored);
   }
-  if (Flushed == EFI_SUCCESS) return StepStatus;
+  if (Flushed == EFI_SUCCESS || !Explain) return StepStatus;
 
   // The write that failed comes, in question order, before whatever ended
   // the pass, so it is what the run reports.

@@ -23,13 +23,18 @@ class ChangeJournal {
   ChangeJournal &operator=(const ChangeJournal &) = delete;
 
   RunObserver *Observer() { return &Collector; }
+  // Whether the pass stopped because a variable could not be read or
+  // written: its other changes are then abandoned, not written.
+  bool Failed() const { return SawFailure; }
 
-  // After Overlay.Flush() returned Flushed: settles the records, emits the
-  // steps to Sink and returns the pass's status: StepStatus when the writes
-  // all went out, otherwise the write failure of Work (BCFG_E_VARIABLE_ACCESS
-  // or BCFG_INI_E_SET_FAILED) with its text.
+  // After Overlay.Flush() returned Flushed (or the pass was abandoned, with
+  // nothing written): settles the records, emits the steps to Sink and
+  // returns the pass's status: StepStatus when the writes all went out or
+  // the pass was abandoned, otherwise the write failure of Work
+  // (BCFG_E_VARIABLE_ACCESS or BCFG_INI_E_SET_FAILED) with its text.
   [[nodiscard]] EFI_STATUS Settle(const VariableOverlay &Overlay, EFI_STATUS Flushed, EFI_STATUS StepStatus,
                                   ChangeWork Work, StepSink &Sink);
+  [[nodiscard]] EFI_STATUS Abandon(const VariableOverlay &Overlay, EFI_STATUS StepStatus, StepSink &Sink);
 
  private:
   struct Entry {
@@ -38,6 +43,8 @@ class ChangeJournal {
     char Key[inicontract::INI_KEY_TEXT_BYTES];
     char ValueText[inicontract::INI_VALUE_TEXT_BYTES];
   };
+  [[nodiscard]] EFI_STATUS Settle(const VariableOverlay &Overlay, EFI_STATUS Flushed, EFI_STATUS StepStatus,
+                                  ChangeWork Work, StepSink &Sink, bool Explain);
   static void Collect(void *Self, const ChangeStep &Step);
   void Add(const ChangeStep &Step);
 
@@ -45,4 +52,5 @@ class ChangeJournal {
   Entry *Entries;
   UINTN Count;
   UINTN Capacity;
+  bool SawFailure;
 };

@@ -42,8 +42,11 @@ class EngineRouting {
     EngineRouting Routing(Engine, Overlay.Services(), Journal.Observer());
     StepStatus = Run.Step(Engine, Run.Argument);
   }
-  // What the pass changed goes out whether it ended well or stopped early,
-  // as the writes one question at a time would have before the stop.
+  // A variable the firmware failed to read or write ends the pass with
+  // nothing of it written: no variable is left between what it was and
+  // what the pass meant. Any other stop (a refused value) writes what came
+  // before it, as the writes one question at a time would have.
+  if (Journal.Failed()) return Journal.Abandon(Overlay, StepStatus, Sink);
   const EFI_STATUS Flushed = Overlay.Flush();
   return Journal.Settle(Overlay, Flushed, StepStatus, Run.Work, Sink);
 }
