@@ -2,6 +2,7 @@
 #include "driver/extensions_protocol.h"
 
 #include "driver/change_runs.h"
+#include "driver/question_enumeration.h"
 #include "driver/session.h"
 #include "messages/last_error_text.h"
 #include "runtime/crt.h"
@@ -145,5 +146,5 @@ EFI_STATUS EFIAPI EnumerateVariables(BIOS_CONFIG_EXTENSIONS_PROTOCOL *, BIOS_CON
 
 constinit BIOS_CONFIG_EXTENSIONS_PROTOCOL BiosConfigExtensionsInterface = {
     BIOS_CONFIG_EXTENSIONS_REVISION, SetWriteMode, RunSetSettings, RunSetFormSettings, RunLoadSettingsFromIni,
-    EnumerateVariables,
+    EnumerateVariables, ::EnumerateQuestions,
 };

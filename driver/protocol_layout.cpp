@@ -54,7 +54,8 @@ static_assert(BCFG_E_INVALID_PARAMETER == 0xC0000000000C000BULL);
 static_assert(BCFG_E_VARIABLE_ACCESS == 0xC0000000000C000DULL);
 
 // The second protocol and its records.
-static_assert(sizeof(BIOS_CONFIG_EXTENSIONS_PROTOCOL) == 48);
+static_assert(sizeof(BIOS_CONFIG_EXTENSIONS_PROTOCOL) == 56);
+static_assert(offsetof(BIOS_CONFIG_EXTENSIONS_PROTOCOL, EnumerateQuestions) == 48);
 static_assert(offsetof(BIOS_CONFIG_EXTENSIONS_PROTOCOL, SetWriteMode) == 8);
 static_assert(offsetof(BIOS_CONFIG_EXTENSIONS_PROTOCOL, RunSetSettings) == 16);
 static_assert(offsetof(BIOS_CONFIG_EXTENSIONS_PROTOCOL, RunSetFormSettings) == 24);
@@ -75,3 +76,16 @@ static_assert(offsetof(BIOS_CONFIG_STEP, Key) == 56);
 static_assert(offsetof(BIOS_CONFIG_STEP, ValueText) == 64);
 static_assert(offsetof(BIOS_CONFIG_STEP, OldText) == 72);
 static_assert(offsetof(BIOS_CONFIG_STEP, NewText) == 80);
+
+static_assert(sizeof(BIOS_CONFIG_OPTION) == 16);
+static_assert(offsetof(BIOS_CONFIG_OPTION, Text) == 8);
+static_assert(sizeof(BIOS_CONFIG_QUESTION) == 80);
+static_assert(offsetof(BIOS_CONFIG_QUESTION, FormId) == 6);
+static_assert(offsetof(BIOS_CONFIG_QUESTION, Flags) == 8);
+static_assert(offsetof(BIOS_CONFIG_QUESTION, ParentFormId) == 12);
+static_assert(offsetof(BIOS_CONFIG_QUESTION, Step) == 22);
+static_assert(offsetof(BIOS_CONFIG_QUESTION, Value) == 24);
+static_assert(offsetof(BIOS_CONFIG_QUESTION, VariableGuid) == 40);
+static_assert(offsetof(BIOS_CONFIG_QUESTION, Prompt) == 56);
+static_assert(offsetof(BIOS_CONFIG_QUESTION, VariableName) == 64);
+static_assert(offsetof(BIOS_CONFIG_QUESTION, Options) == 72);

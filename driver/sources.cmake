@@ -3,6 +3,7 @@ set(DRIVER_SOURCES
   driver/driver_entry.cpp
   driver/bios_config_protocol.cpp
   driver/extensions_protocol.cpp
+  driver/question_enumeration.cpp
   driver/protocol_layout.cpp
   driver/session.cpp
   driver/session_operations.cpp

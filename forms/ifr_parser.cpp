@@ -33,6 +33,7 @@ UINT32 OperandBytesNeeded(UINT8 Code) {
     case IFR_OP_VARSTORE: return sizeof(IFR_VARSTORE);
     case IFR_OP_VARSTORE_SELECT:
     case IFR_OP_VARSTORE_SELECT_PAIR: return sizeof(IFR_VARSTORE_SELECT);
+    case IFR_OP_REF: return sizeof(IFR_OP_HEADER) + sizeof(UINT16);
     default: return 0;
   }
 }
@@ -71,6 +72,7 @@ void KeepQuestion(SetupFormDatabase &Db, SetupQuestion *Question, const UINT8 *O
 
 void KeepForm(SetupFormDatabase &Db, SetupQuestion *Form, const UINT8 *Op) {
   Form->FormId = Le16(Op + offsetof(IFR_FORM, FormId));
+  Db.WalkFormId = Form->FormId;
   SetPrompt(Db, Form, Le16(Op + offsetof(IFR_FORM, FormTitle)));
   Db.AppendQuestion(Form);
 }
@@ -90,6 +92,21 @@ void KeepRecord(SetupFormDatabase &Db, const UINT8 *Op) {
   } else {
     KeepQuestion(Db, Record, Op);
   }
+}
+
+// A reference to another form (its id at byte 2), noted for the form the
+// walk is in; nothing else of it is kept. A note that finds no room is
+// left out: the form then shows at the top of a tree.
+void NoteReference(SetupFormDatabase &Db, const UINT8 *Op) {
+  void *Memory = Db.Records.Allocate(sizeof(FormReference));
+  if (Memory == nullptr) return;
+  auto *Reference = ::new (Memory) FormReference{Db.WalkFormId, Le16(Op + sizeof(IFR_OP_HEADER)), nullptr};
+  if (Db.ReferencesTail == nullptr) {
+    Db.References = Reference;
+  } else {
+    Db.ReferencesTail->Next = Reference;
+  }
+  Db.ReferencesTail = Reference;
 }
 
 void AddOption(SetupFormDatabase &Db, const UINT8 *Op) {
@@ -141,6 +158,7 @@ void HandleOpcode(SetupFormDatabase &Db, const UINT8 *Op, UINT8 Length) {
     case IFR_OP_CHECKBOX:
     case IFR_OP_NUMERIC: KeepRecord(Db, Op); return;
     case IFR_OP_ONE_OF_OPTION: AddOption(Db, Op); return;
+    case IFR_OP_REF: NoteReference(Db, Op); return;
     case IFR_OP_SUPPRESS_IF:
     case IFR_OP_HIDDEN:
     case IFR_OP_INCONSISTENT_IF:
@@ -162,7 +180,7 @@ void HandleOpcode(SetupFormDatabase &Db, const UINT8 *Op, UINT8 Length) {
     case IFR_OP_VARSTORE_SELECT_PAIR:
       SelectVarStoreById(Db, Le16(Op + offsetof(IFR_VARSTORE_SELECT, VarId)));
       return;
-    default: return;  // subtitles, text, passwords, references, labels...
+    default: return;  // subtitles, text, passwords, labels...
   }
 }
 

@@ -21,6 +21,9 @@ SetupFormDatabase::SetupFormDatabase()
       VariablePacks{},
       Questions(nullptr),
       QuestionsTail(nullptr),
+      References(nullptr),
+      ReferencesTail(nullptr),
+      WalkFormId(0),
       DroppingOptions(0),
       ConditionKind(0),
       SuppressResult(0),
@@ -45,10 +48,20 @@ void SetupFormDatabase::AppendQuestion(SetupQuestion *Record) {
   QuestionsTail = Record;
 }
 
+UINT16 SetupFormDatabase::ParentFormOf(UINT16 FormId) const {
+  for (const FormReference *R = References; R != nullptr; R = R->Next) {
+    if (R->Child == FormId && R->Parent != FormId) return R->Parent;
+  }
+  return 0;
+}
+
 EFI_STATUS SetupFormDatabase::DiscardForms() {
   // The records and their option blocks go in a few blocks at once.
   Questions = nullptr;
   QuestionsTail = nullptr;
+  References = nullptr;  // in the arena with the records
+  ReferencesTail = nullptr;
+  WalkFormId = 0;
   Records.Release();
   // Options still waiting for an end-of-one-of would outlive their texts.
   PendingOptions.Release();

@@ -16,6 +16,14 @@
 
 struct _EFI_HII_PROTOCOL;
 
+// A reference (IFR opcode 0x0F) from one form to another: how setup nests
+// its forms, for views that show them as a tree.
+struct FormReference {
+  UINT16 Parent;
+  UINT16 Child;
+  FormReference *Next;
+};
+
 struct ConditionTerm {
   UINT32 Kind;  // 0 comparison term, 1 NOT mark, 2 OR mark, 3 AND mark
   UINT16 VarStoreId;
@@ -51,6 +59,8 @@ class SetupFormDatabase {
 
   // Links Record at the end of Questions.
   void AppendQuestion(SetupQuestion *Record);
+  // The form whose reference first leads to FormId (not itself), or 0.
+  UINT16 ParentFormOf(UINT16 FormId) const;
   // The whole export buffer as a bounded region.
   ExportSpan Export() const { return ExportSpan{ExportBuffer, 0, ExportBuffer == nullptr ? 0 : ExportSize}; }
 
@@ -75,6 +85,11 @@ class SetupFormDatabase {
   UINT8 *VariablePacks[MAX_VARIABLE_PACKS];
   SetupQuestion *Questions;
   SetupQuestion *QuestionsTail;  // last record, so appending does not walk
+  // The references between forms, in the order the IFR gives them, and the
+  // form the walk is in.
+  FormReference *References;
+  FormReference *ReferencesTail;
+  UINT16 WalkFormId;
   PendingOptionList PendingOptions;
   // Set while the options of an ordered list (or of a one-of that kept no
   // record) are being read: they have no question to go to and are dropped.

@@ -141,7 +141,8 @@ struct _BIOS_CONFIG_PROTOCOL {
  *   would;
  * - combined writes: each pass of a change operation reads each variable it
  *   changes once and writes it once at its end;
- * - the variables the forms name, for snapshots taken before a change.
+ * - the variables the forms name, for snapshots taken before a change;
+ * - the whole question list as the driver holds it, one record at a time.
  */
 
 /* {C9FDD50E-6AD4-411B-B987-063977E17659} */
@@ -202,6 +203,50 @@ typedef struct _BIOS_CONFIG_RUN {
 /* One variable the forms name. */
 typedef VOID (BIOSCFG_EFIAPI *BIOS_CONFIG_VARIABLE_CALLBACK)(VOID *Context, CONST CHAR16 *Name, CONST EFI_GUID *Guid);
 
+/* BIOS_CONFIG_QUESTION.OptionKind */
+#define BIOS_CONFIG_OPTIONS_NONE  0 /* any value */
+#define BIOS_CONFIG_OPTIONS_LIST  1 /* Options[0..OptionCount) */
+#define BIOS_CONFIG_OPTIONS_RANGE 2 /* Minimum..Maximum by Step: OptionCount values */
+
+/* BIOS_CONFIG_QUESTION.Flags: the conditions of the forms as they were read */
+#define BIOS_CONFIG_QUESTION_SUPPRESSED 0x1
+#define BIOS_CONFIG_QUESTION_HIDDEN     0x2
+#define BIOS_CONFIG_QUESTION_GRAYED_OUT 0x4
+
+typedef struct _BIOS_CONFIG_OPTION {
+  UINT32 Value;
+  UINT32 Reserved;
+  CONST CHAR16 *Text; /* NULL when the forms give it none */
+} BIOS_CONFIG_OPTION;
+
+/* One record of the question list: a form (OpCode 0x01) or a one-of (0x05),
+ * checkbox (0x06) or numeric (0x07) question, in the order of the forms.
+ * Texts and Options are copies, valid during the callback only. */
+typedef struct _BIOS_CONFIG_QUESTION {
+  UINT32 Index;       /* position in the list, from 0 */
+  UINT8 OpCode;
+  UINT8 OptionKind;
+  UINT16 FormId;      /* the form's identifier; for a question, that of its form */
+  UINT32 Flags;
+  UINT16 ParentFormId; /* a form: the form whose reference leads to it, 0 when none */
+  UINT16 Width;       /* bytes of the value: 1, 2 or 4 (0: none) */
+  UINT16 Offset;      /* of the value in its variable */
+  UINT16 Minimum;     /* OptionKind RANGE */
+  UINT16 Maximum;
+  UINT16 Step;
+  UINT32 Value;       /* as the forms were read */
+  UINT32 OptionCount;
+  UINT32 VariableSize;
+  UINT32 VariableAttributes;
+  EFI_GUID VariableGuid; /* all zero when the question names no variable */
+  CONST CHAR16 *Prompt;       /* the prompt, or a form's title; NULL when none */
+  CONST CHAR16 *VariableName; /* NULL when none */
+  CONST BIOS_CONFIG_OPTION *Options;
+} BIOS_CONFIG_QUESTION;
+
+/* TRUE to go on to the next record, FALSE to stop. */
+typedef BOOLEAN (BIOSCFG_EFIAPI *BIOS_CONFIG_QUESTION_CALLBACK)(VOID *Context, CONST BIOS_CONFIG_QUESTION *Question);
+
 typedef struct _BIOS_CONFIG_EXTENSIONS_PROTOCOL BIOS_CONFIG_EXTENSIONS_PROTOCOL;
 
 /* The session's write mode (BIOS_CONFIG_WRITES_*), for the operations of both
@@ -223,6 +268,14 @@ typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_RUN_LOAD_SETTINGS_FROM_INI)(BIOS
 typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_ENUMERATE_VARIABLES)(BIOS_CONFIG_EXTENSIONS_PROTOCOL *This,
                                                                     BIOS_CONFIG_VARIABLE_CALLBACK Visit, VOID *Context);
 
+/* Hands Visit the records of the question list from index First on (loading
+ * the forms first), whatever their flags, until it returns FALSE or the
+ * list ends; a machine of any size needs no buffer of the client's.
+ * EFI_SUCCESS, BCFG_E_GENERAL_FAILURE, BCFG_E_INVALID_PARAMETER (NULL
+ * Visit), BCFG_E_VARIABLE_ACCESS (the forms), BCFG_E_OUT_OF_MEMORY. */
+typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_ENUMERATE_QUESTIONS)(BIOS_CONFIG_EXTENSIONS_PROTOCOL *This, UINT32 First,
+                                                                    BIOS_CONFIG_QUESTION_CALLBACK Visit, VOID *Context);
+
 struct _BIOS_CONFIG_EXTENSIONS_PROTOCOL {
   UINT64 Revision;
   BIOS_CONFIG_SET_WRITE_MODE SetWriteMode;
@@ -230,6 +283,7 @@ struct _BIOS_CONFIG_EXTENSIONS_PROTOCOL {
   BIOS_CONFIG_RUN_SET_SETTINGS RunSetFormSettings;
   BIOS_CONFIG_RUN_LOAD_SETTINGS_FROM_INI RunLoadSettingsFromIni;
   BIOS_CONFIG_ENUMERATE_VARIABLES EnumerateVariables;
+  BIOS_CONFIG_ENUMERATE_QUESTIONS EnumerateQuestions;
 };
 
 #ifdef __cplusplus
