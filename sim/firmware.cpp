@@ -4,6 +4,8 @@
 #include "sim/file_handle.h"
 #include "sim/firmware_state.h"
 #include "sim/hii_record.h"
+#include "sim/root_bridge_state.h"
+#include "sim/uefi_hii_state.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -60,6 +60,8 @@ struct Volume {
 
 struct OpenFile;
 struct HiiRecord;
+struct UefiHiiState;
+struct RootBridgeState;
 struct PoolHeader;
 
 struct PendingFault {
@@ -127,6 +129,10 @@ struct Firmware::State {
   // Framework HII.
   std::vector<uint8_t> HiiExport;
   std::vector<std::unique_ptr<HiiRecord>> HiiRecords;
+
+  // UEFI 2.x HII and the PCI root bridge, once installed.
+  std::unique_ptr<UefiHiiState> UefiHii;
+  std::unique_ptr<RootBridgeState> RootBridge;
 
   // Miscellaneous platform services.
   EFI_TPL Tpl = TPL_APPLICATION;
