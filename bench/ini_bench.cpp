@@ -4,6 +4,7 @@
 // parser lookups, what the parser read of the file, and the variable calls;
 // passes or fails nothing.
 #include "driver/image_state.h"
+#include "ini/ini_parser_bridge.h"
 #include "tools/bioscfg-sim/simulated_machine.h"
 #include "tools/hiibuild/hii_export_builder.h"
 
@@ -137,8 +138,8 @@ int main() {
   std::ofstream(File, std::ios::binary | std::ios::trunc) << Edited;
   // The first load brings the parser image in; count its lookups from then on.
   (void)P->LoadSettingsFromIni(P, reinterpret_cast<CHAR8 *>(const_cast<char *>("missing.ini")));
-  RealLookup = gImage.IniParserLookup;
-  gImage.IniParserLookup = CountingLookup;
+  RealLookup = gIniParser.IniParserLookup;
+  gIniParser.IniParserLookup = CountingLookup;
 
   Fw.ResetCounters();
   Start = Clock::now();
@@ -151,6 +152,6 @@ int main() {
               static_cast<unsigned long long>(Fw.Calls(sim::Service::FileOpen)),
               static_cast<unsigned long long>(Fw.Calls(sim::Service::GetVariable)),
               static_cast<unsigned long long>(Fw.Calls(sim::Service::SetVariable)));
-  gImage.IniParserLookup = RealLookup;
+  gIniParser.IniParserLookup = RealLookup;
   return Saved == EFI_SUCCESS && Loaded == EFI_SUCCESS ? 0 : 1;
 }

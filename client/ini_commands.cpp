@@ -5,20 +5,27 @@
 // what the load would change, reading the file through the parser image as
 // the driver's import does. list shows what save would save. Files are named
 // as the driver names them: relative to the TORVEL_PATH folder.
+#include "bioscfg_protocol.h"
 #include "client/diff_report.h"
 #include "client/ini_files.h"
 #include "client/parser_access.h"
 #include "client/record_report.h"
 #include "client/saved_block.h"
 #include "client/tool_commands.h"
-#include "bioscfg_protocol.h"
+#include "inicontract/import_rules.h"
 #include "runtime/crt.h"
+
+using inicontract::INI_FILE_PATH_BUFFER_SIZE;
+using inicontract::INI_FILE_PATH_MAX;
+using inicontract::INI_VALUE_TEXT_BYTES;
+using inicontract::KeyReshapesForms;
+using inicontract::SerialPortsConflict;
 
 namespace {
 
 constexpr char SCRATCH_FILE[] = "bioscfg-tool.tmp";
 constexpr UINTN SECTION_BYTES = 150;
-constexpr UINTN VALUE_BYTES = 50;
+constexpr UINTN VALUE_BYTES = INI_VALUE_TEXT_BYTES;
 
 // An operand as the 8-bit file name the protocol takes.
 [[nodiscard]] bool FileNameOf(const CHAR16 *Operand, char (&Name)[INI_FILE_PATH_BUFFER_SIZE]) {
@@ -84,32 +91,14 @@ bool Accepts(const SavedEntry &Entry, INT32 Value) {
   return !Any;
 }
 
-bool ReshapesForms(const char *Key) {
-  return crt::strcmp(Key, "Console Redirection") == 0 || crt::strcmp(Key, "Vexon(R) DR for Remapped I/O") == 0;
-}
-
-// The serial-port check of the import: port A's and port B's Address, then
-// IRQ, equal ignoring case.
-bool SerialPortsClash(INI_PARSER_LOOKUP Lookup, const char *File) {
-  static constexpr const char *PORT_A[] = {"BIOS::ADVANCED::SERIAL PORT CONFIGURATION::SERIAL A ENABLE",
-                                           "BIOS::SERIAL PORT CONFIGURATION::SERIAL A ENABLE"};
-  static constexpr const char *PORT_B[] = {"BIOS::ADVANCED::SERIAL PORT CONFIGURATION::SERIAL B ENABLE",
-                                           "BIOS::SERIAL PORT CONFIGURATION::SERIAL B ENABLE"};
-  static constexpr const char *KEYS[] = {"Address", "IRQ"};
-  for (const char *Key : KEYS) {
-    char A[VALUE_BYTES] = {};
-    char B[VALUE_BYTES] = {};
-    const bool HasA = LookUpKey(Lookup, PORT_A[0], Key, File, A, VALUE_BYTES) == 0 ||
-                      LookUpKey(Lookup, PORT_A[1], Key, File, A, VALUE_BYTES) == 0;
-    if (!HasA) return false;
-    const bool HasB = LookUpKey(Lookup, PORT_B[0], Key, File, B, VALUE_BYTES) == 0 ||
-                      LookUpKey(Lookup, PORT_B[1], Key, File, B, VALUE_BYTES) == 0;
-    if (!HasB) return false;
-    UINTN I = 0;
-    while (A[I] != '\0' && crt::tolower(static_cast<UINT8>(A[I])) == crt::tolower(static_cast<UINT8>(B[I]))) ++I;
-    if (A[I] == '\0' && B[I] == '\0') return true;
-  }
-  return false;
+// The serial check's reads through the parser image.
+struct SerialCheckFile {
+  INI_PARSER_LOOKUP Lookup;
+  const char *File;
+};
+INT32 ReadForSerialCheck(void *Context, const char *Section, const char *Key, char *Value, UINT32 ValueBytes) {
+  const auto &Check = *static_cast<const SerialCheckFile *>(Context);
+  return LookUpKey(Check.Lookup, Section, Key, Check.File, Value, static_cast<UINT16>(ValueBytes));
 }
 
 // One pass over the saved settings against File: the status a load would
@@ -118,8 +107,11 @@ EFI_STATUS CompareWithFile(ToolContext &C, INI_PARSER_LOOKUP Lookup, const char 
                            UINTN ExportLength, bool Print, UINTN &Changes) {
   Changes = 0;
   char Value[VALUE_BYTES];
-  if (LookUpKey(Lookup, "BIOS", "", File, Value, VALUE_BYTES) == -4) return BCFG_INI_E_BIOS_SECTION;
-  if (SerialPortsClash(Lookup, File)) {
+  if (LookUpKey(Lookup, "BIOS", "", File, Value, VALUE_BYTES) == INI_LOOKUP_SECTION_NOT_FOUND) {
+    return BCFG_INI_E_BIOS_SECTION;
+  }
+  SerialCheckFile Check{Lookup, File};
+  if (SerialPortsConflict(ReadForSerialCheck, &Check)) {
     if (Print) PrintSerialConflict(C.Out);
     return BCFG_INI_E_SERIAL_CONFLICT;
   }
@@ -132,7 +124,7 @@ EFI_STATUS CompareWithFile(ToolContext &C, INI_PARSER_LOOKUP Lookup, const char 
     CopySpan(Entry.Section, false, Section);
     CopySpan(Entry.Key, true, Key);
     if (Deferring[0] != '\0' && crt::strcmp(Deferring, Section) != 0) Deferring[0] = '\0';
-    if (LookUpKey(Lookup, Section, Key, File, Value, VALUE_BYTES) != 0) continue;
+    if (LookUpKey(Lookup, Section, Key, File, Value, VALUE_BYTES) != INI_LOOKUP_FOUND) continue;
     const INT32 New = SpanNumber(Value, Value + crt::strlen(Value));
     if (New == Entry.Value) continue;
     DiffLine Line{DiffKind::Change, Section, Key, ValueWithText(Entry, Entry.Value), ValueWithText(Entry, New)};
@@ -142,7 +134,7 @@ EFI_STATUS CompareWithFile(ToolContext &C, INI_PARSER_LOOKUP Lookup, const char 
       Line.Kind = DiffKind::OutOfRange;
       if (Print) PrintDiffLine(C.Out, Line);
       return BCFG_INI_E_OUT_OF_RANGE;
-    } else if (ReshapesForms(Key) && New != 0) {
+    } else if (KeyReshapesForms(Key) && New != 0) {
       Line.Kind = DiffKind::ReshapingChange;
       crt::memcpy(Deferring, Section, SECTION_BYTES);
     }

@@ -3,6 +3,10 @@
 #include "runtime/crt.h"
 #include "runtime/owned.h"
 
+using inicontract::INI_FILE_PATH_BUFFER_SIZE;
+using inicontract::INI_FILE_PATH_MAX;
+using inicontract::JoinIniFilePath;
+
 namespace {
 
 constexpr UINTN MAX_BACKUPS = 999;

@@ -3,7 +3,7 @@
 // tool looks where the driver writes.
 #pragma once
 
-#include "ini/ini_file_path.h"
+#include "inicontract/ini_file_path.h"
 #include "runtime/owned.h"
 #include "runtime/uefi.h"
 
@@ -19,4 +19,4 @@ constexpr UINTN MAX_TOOL_INI_BYTES = 16 * 1024 * 1024;
 // A backup name for File that names no existing file: File's name with
 // "-backup-N" before its extension, N from 1 up. False when none is free
 // or the name would be too long.
-[[nodiscard]] bool FreeBackupName(const char *File, char (&Name)[INI_FILE_PATH_BUFFER_SIZE]);
+[[nodiscard]] bool FreeBackupName(const char *File, char (&Name)[inicontract::INI_FILE_PATH_BUFFER_SIZE]);

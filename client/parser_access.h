@@ -4,7 +4,7 @@
 // TORVEL_PATH folder; it stays resident, and the driver finds it there.
 #pragma once
 
-#include "iniparse/ini_parser_protocol.h"
+#include "inicontract/ini_parser_protocol.h"
 
 // The lookup function, or nullptr when the image can't be found or started.
 [[nodiscard]] INI_PARSER_LOOKUP FindIniParser();

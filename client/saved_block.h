@@ -33,7 +33,6 @@ class SavedBlock {
   // The last [BIOS] block of Text (Length bytes); no entries without one.
   SavedBlock(const char *Text, UINTN Length);
   [[nodiscard]] bool Next(SavedEntry &Out);
-  bool HasBlock() const { return At != nullptr; }
 
  private:
   const char *At;

@@ -13,6 +13,8 @@ function(host_image_library NAME NAMESPACE)
     list(APPEND runtime ${CMAKE_SOURCE_DIR}/${source})
   endforeach()
   add_library(${NAME} STATIC ${ARGN} ${runtime})
-  target_compile_definitions(${NAME} PRIVATE crt=${NAMESPACE})
+  # The shared libraries an image compiles in (the INI contract) call its
+  # runtime, so they are renamed with it: each image keeps its own copy.
+  target_compile_definitions(${NAME} PRIVATE crt=${NAMESPACE} inicontract=${NAMESPACE}_inicontract)
   target_link_libraries(${NAME} PUBLIC host_flags ${LIBEFI})
 endfunction()

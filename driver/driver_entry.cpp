@@ -3,6 +3,7 @@
 #include "driver/bios_config_protocol.h"
 #include "driver/image_state.h"
 #include "runtime/crt.h"
+#include "runtime/root_device.h"
 
 namespace {
 
@@ -10,13 +11,6 @@ namespace {
 constexpr UINT32 MINIMUM_SYSTEM_TABLE_REVISION = 0x0001000A;
 
 constinit EFI_GUID LoadedImageProtocolGuid = LOADED_IMAGE_PROTOCOL;
-constinit EFI_GUID DeviceIoProtocolGuid = DEVICE_IO_PROTOCOL;
-
-// A device path of only the end-of-entire-device-path node. The platforms
-// this driver serves publish their device I/O protocol on the handle of this
-// root path; without it the driver has nothing to work with.
-constinit EFI_DEVICE_PATH RootDevicePath = {END_DEVICE_PATH_TYPE, END_ENTIRE_DEVICE_PATH_SUBTYPE,
-                                            {END_DEVICE_PATH_LENGTH, 0}};
 
 // Old firmware: say so on the console and end the image. Exit does not
 // return on real firmware; the return covers one that does.
@@ -38,15 +32,6 @@ bool AlreadyInstalled(EFI_BOOT_SERVICES *Boot) {
          EFI_NOT_FOUND;
 }
 
-bool RootDeviceIoPresent(EFI_BOOT_SERVICES *Boot) {
-  EFI_DEVICE_PATH *Remaining = &RootDevicePath;
-  EFI_HANDLE Device = nullptr;
-  if (Boot->LocateDevicePath(&DeviceIoProtocolGuid, &Remaining, &Device) != EFI_SUCCESS) return false;
-  void *DeviceIo = nullptr;
-  if (Boot->HandleProtocol(Device, &DeviceIoProtocolGuid, &DeviceIo) != EFI_SUCCESS) return false;
-  return DeviceIo != nullptr;
-}
-
 }  // namespace
 
 EFI_STATUS DriverEntry(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable) {
@@ -59,7 +44,9 @@ EFI_STATUS DriverEntry(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable) {
 
   EFI_BOOT_SERVICES *Boot = gImage.SystemTableCopy.BootServices;
   if (AlreadyInstalled(Boot)) return EFI_ALREADY_STARTED;
-  if (!RootDeviceIoPresent(Boot)) return EFI_UNSUPPORTED;
+  // The platforms this driver serves publish their device I/O protocol on
+  // the root device; without it the driver has nothing to work with.
+  if (!crt::RootDeviceIoPresent(Boot)) return EFI_UNSUPPORTED;
 
   EFI_LOADED_IMAGE *LoadedImage = nullptr;
   if (Boot->HandleProtocol(ImageHandle, &LoadedImageProtocolGuid,

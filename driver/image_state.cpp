@@ -1,6 +1,9 @@
 #include "driver/image_state.h"
 
+#include "ini/ini_parser_bridge.h"
+#include "messages/messages_state.h"
 #include "runtime/crt.h"
+#include "settings/reload_flags.h"
 
 // gnu-efi's support library keeps its own image-wide state; a fresh image
 // starts with these values, and InitializeLib fills them in only once.
@@ -10,10 +13,13 @@ extern EFI_UNICODE_COLLATION_INTERFACE *UnicodeInterface;
 extern EFI_UNICODE_COLLATION_INTERFACE LibStubUnicodeInterface;
 }
 
-constinit DriverImageState gImage = LoadTimeImageState();
+constinit DriverImageState gImage = {};
 
 void ResetImageState() {
-  gImage = LoadTimeImageState();
+  gImage = DriverImageState{};
+  ResetMessagesState();
+  ResetReloadFlags();
+  ResetIniParserBridge();
   LibInitialized = FALSE;
   UnicodeInterface = &LibStubUnicodeInterface;
   crt::ResetState();

@@ -1,7 +1,7 @@
 #include "driver/reload_retry.h"
 
-#include "driver/image_state.h"
-#include "driver/settings_engine.h"
+#include "settings/reload_flags.h"
+#include "settings/settings_engine.h"
 
 EFI_STATUS RunWithReloadAndRetry(SettingsEngine &Engine, ReloadWorkStep Step, void *Argument) {
   EFI_STATUS Status = Engine.EnsureFormsLoaded();
@@ -9,11 +9,11 @@ EFI_STATUS RunWithReloadAndRetry(SettingsEngine &Engine, ReloadWorkStep Step, vo
 
   Status = Step(Engine, Argument);
   if (Status != EFI_SUCCESS) return Status;
-  if (gImage.ReloadRequired != 1) return EFI_SUCCESS;
+  if (gReloadFlags.ReloadRequired != 1) return EFI_SUCCESS;
 
   // From the first retry on, a reshaping change no longer holds back the
   // rest of its form in the first pass.
-  gImage.DeferAfterReloadChange = 0;
+  gReloadFlags.DeferAfterReloadChange = 0;
 
   Status = Engine.ResetForms();
   if (Status != EFI_SUCCESS) return Status;
@@ -23,6 +23,6 @@ EFI_STATUS RunWithReloadAndRetry(SettingsEngine &Engine, ReloadWorkStep Step, vo
   Status = Step(Engine, Argument);
   if (Status != EFI_SUCCESS) return Status;
   // At most one retry: a second pass that asks again is not repeated.
-  gImage.ReloadRequired = 0;
+  gReloadFlags.ReloadRequired = 0;
   return EFI_SUCCESS;
 }

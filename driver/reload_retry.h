@@ -4,7 +4,7 @@
 // non-zero value makes the firmware's forms change shape (questions appear
 // or move), so the values written after it in the same pass may have gone to
 // questions that no longer exist in that form. The work step then sets
-// gImage.ReloadRequired; this runner discards and reloads the forms from the
+// gReloadFlags.ReloadRequired; this runner discards and reloads the forms from the
 // firmware and applies the same work a second time on the rebuilt list.
 #pragma once
 

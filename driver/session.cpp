@@ -2,10 +2,10 @@
 
 #include "bioscfg_protocol.h"
 #include "driver/image_state.h"
-#include "driver/last_error_text.h"
-#include "driver/settings_engine.h"
 #include "messages/catalog_access.h"
+#include "messages/last_error_text.h"
 #include "runtime/owned.h"
+#include "settings/settings_engine.h"
 
 EFI_STATUS RequireSession() {
   if (gImage.SessionOpen) return EFI_SUCCESS;

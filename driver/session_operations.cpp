@@ -1,9 +1,9 @@
 // The protocol operations that manage the session and its error text.
 #include "driver/bios_config_protocol.h"
 #include "driver/image_state.h"
-#include "driver/last_error_text.h"
 #include "driver/session.h"
-#include "driver/settings_engine.h"
+#include "messages/last_error_text.h"
+#include "settings/settings_engine.h"
 
 namespace BiosConfigOperations {
 

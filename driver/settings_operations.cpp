@@ -4,12 +4,12 @@
 // subsystem: settings/ for reading and changing questions, ini/ for the INI
 // export and import.
 #include "driver/bios_config_protocol.h"
-#include "driver/last_error_text.h"
 #include "driver/reload_retry.h"
 #include "driver/session.h"
-#include "driver/settings_engine.h"
 #include "ini/ini_access.h"
+#include "messages/last_error_text.h"
 #include "settings/settings_access.h"
+#include "settings/settings_engine.h"
 
 namespace {
 

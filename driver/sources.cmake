@@ -3,8 +3,6 @@ set(DRIVER_SOURCES
   driver/driver_entry.cpp
   driver/bios_config_protocol.cpp
   driver/protocol_layout.cpp
-  driver/last_error_text.cpp
-  driver/settings_engine.cpp
   driver/session.cpp
   driver/session_operations.cpp
   driver/settings_operations.cpp

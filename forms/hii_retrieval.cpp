@@ -4,7 +4,6 @@
 // one into a buffer of exactly that size. The buffer lies below 4 GiB because
 // one-of option texts point into it and clients read them through 32-bit
 // addresses.
-#include "driver/image_state.h"
 #include "forms/framework_hii.h"
 #include "forms/hii_retrieval.h"
 #include "runtime/crt.h"
@@ -19,9 +18,10 @@ constexpr UINTN HII_HANDLE_SLOTS = 2;
 // carries it at all (LocateHandle's EFI_NOT_FOUND), which is the only case
 // in which the caller may try another GUID: a handle whose HandleProtocol
 // fails, even with EFI_NOT_FOUND, means the firmware has the protocol.
-[[nodiscard]] EFI_STATUS LocateByGuid(const EFI_GUID &ProtocolGuid, bool &NoHandle) {
+[[nodiscard]] EFI_STATUS LocateByGuid(SetupFormDatabase &Db, const EFI_GUID &ProtocolGuid, bool &NoHandle) {
   NoHandle = false;
-  EFI_BOOT_SERVICES *Boot = gImage.SystemTableCopy.BootServices;
+  EFI_SYSTEM_TABLE *System = crt::SystemTable();
+  EFI_BOOT_SERVICES *Boot = System != nullptr ? System->BootServices : nullptr;
   if (Boot == nullptr) return EFI_NOT_READY;
   EFI_GUID Guid = ProtocolGuid;
   EFI_HANDLE Handles[HII_HANDLE_SLOTS] = {};
@@ -30,7 +30,7 @@ constexpr UINTN HII_HANDLE_SLOTS = 2;
   NoHandle = Status == EFI_NOT_FOUND;
   if (EFI_ERROR(Status)) return Status;
 
-  gImage.Hii = nullptr;
+  Db.Hii = nullptr;
   UINTN Count = Size / sizeof(EFI_HANDLE);
   if (Count > HII_HANDLE_SLOTS) Count = HII_HANDLE_SLOTS;
   EFI_STATUS Last = EFI_NOT_FOUND;
@@ -42,8 +42,8 @@ constexpr UINTN HII_HANDLE_SLOTS = 2;
       Last = EFI_NOT_FOUND;
       continue;
     }
-    gImage.Hii = static_cast<EFI_HII_PROTOCOL *>(Interface);
-    gImage.HiiHandle = 0;
+    Db.Hii = static_cast<EFI_HII_PROTOCOL *>(Interface);
+    Db.HiiHandle = 0;
     return EFI_SUCCESS;
   }
   return Last;
@@ -51,11 +51,11 @@ constexpr UINTN HII_HANDLE_SLOTS = 2;
 
 }  // namespace
 
-EFI_STATUS LocateHiiProtocol() {
+EFI_STATUS LocateHiiProtocol(SetupFormDatabase &Db) {
   bool NoHandle = false;
-  EFI_STATUS Status = LocateByGuid(gFrameworkHiiProtocolGuid, NoHandle);
+  EFI_STATUS Status = LocateByGuid(Db, gFrameworkHiiProtocolGuid, NoHandle);
   if (!NoHandle) return Status;
-  return LocateByGuid(gFrameworkHiiLaterProtocolGuid, NoHandle);
+  return LocateByGuid(Db, gFrameworkHiiLaterProtocolGuid, NoHandle);
 }
 
 void ReadExportHeader(SetupFormDatabase &Db) {
@@ -83,14 +83,14 @@ EFI_STATUS SetupFormDatabase::RetrieveForms() {
   // A buffer still held belongs to records that would dangle; start afresh.
   if (ExportBuffer != nullptr || Questions != nullptr) (void)DiscardForms();
 
-  if (ExportSize == 0 || gImage.Hii == nullptr) {
-    EFI_STATUS Located = LocateHiiProtocol();
+  if (ExportSize == 0 || Hii == nullptr) {
+    EFI_STATUS Located = LocateHiiProtocol(*this);
     if (EFI_ERROR(Located)) {
       ExportSize = 0;
       return Located;
     }
     UINTN Measured = 0;
-    EFI_STATUS Measure = gImage.Hii->ExportDatabase(gImage.Hii, gImage.HiiHandle, &Measured, nullptr);
+    EFI_STATUS Measure = Hii->ExportDatabase(Hii, HiiHandle, &Measured, nullptr);
     if (Measured == 0) {
       ExportSize = 0;
       return EFI_ERROR(Measure) && Measure != EFI_BUFFER_TOO_SMALL ? Measure : EFI_NOT_FOUND;
@@ -110,7 +110,7 @@ EFI_STATUS SetupFormDatabase::RetrieveForms() {
   }
   crt::memset(Buffer.Get(), 0, Allocated);
   UINTN Written = Allocated;
-  EFI_STATUS Status = gImage.Hii->ExportDatabase(gImage.Hii, gImage.HiiHandle, &Written, Buffer.Get());
+  EFI_STATUS Status = Hii->ExportDatabase(Hii, HiiHandle, &Written, Buffer.Get());
   if (EFI_ERROR(Status)) {
     ExportSize = 0;
     return Status;

@@ -50,13 +50,6 @@ class OptionCursor {
   UINT32 Position;  // a list's next index, or a range's next value
 };
 
-// Whether the question has at least one option.
-[[nodiscard]] inline bool QuestionHasOptions(const SetupQuestion &Question) {
-  OptionCursor Cursor(Question);
-  OptionView First{};
-  return Cursor.Next(First);
-}
-
 // The value check of a change: a question without options accepts any
 // value; otherwise one option must carry exactly Value (all 32 bits). For a
 // range that is arithmetic, and the same answer the enumeration gives.

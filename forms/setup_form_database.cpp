@@ -4,7 +4,9 @@
 #include "runtime/crt.h"
 
 SetupFormDatabase::SetupFormDatabase()
-    : ExportBuffer(nullptr),
+    : Hii(nullptr),
+      HiiHandle(0),
+      ExportBuffer(nullptr),
       ExportSize(0),
       ExportHeader{},
       ExportHeaderSize(EXPORT_HEADER_SIZE),

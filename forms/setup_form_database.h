@@ -13,6 +13,8 @@
 #include "forms/shared_option_texts.h"
 #include "forms/variable_cache.h"
 
+struct _EFI_HII_PROTOCOL;
+
 struct ConditionTerm {
   UINT32 Kind;  // 0 comparison term, 1 NOT mark, 2 OR mark, 3 AND mark
   UINT16 VarStoreId;
@@ -51,6 +53,10 @@ class SetupFormDatabase {
   // The whole export buffer as a bounded region.
   ExportSpan Export() const { return ExportSpan{ExportBuffer, 0, ExportBuffer == nullptr ? 0 : ExportSize}; }
 
+  // The Framework HII protocol found by the last retrieval and the handle
+  // whose database is exported (0: the whole database).
+  _EFI_HII_PROTOCOL *Hii;
+  UINT16 HiiHandle;
   UINT8 *ExportBuffer;  // below 4 GiB: option texts inside it reach clients
   UINT32 ExportSize;
   // The classic 18-byte header as exported (for the 20-byte form, its first

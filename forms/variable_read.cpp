@@ -1,6 +1,5 @@
 #include "forms/variable_read.h"
 
-#include "driver/image_state.h"
 #include "runtime/crt.h"
 
 namespace {
@@ -19,7 +18,8 @@ namespace {
 }
 
 void FetchFromFirmware(VariableSnapshot *Snapshot) {
-  EFI_RUNTIME_SERVICES *Runtime = gImage.SystemTableCopy.RuntimeServices;
+  EFI_SYSTEM_TABLE *System = crt::SystemTable();
+  EFI_RUNTIME_SERVICES *Runtime = System != nullptr ? System->RuntimeServices : nullptr;
   if (Runtime == nullptr) {
     Snapshot->Status = EFI_NOT_READY;
     return;

@@ -9,10 +9,11 @@
 // arguments the driver passes for its number, then DestroyMessageCatalog.
 // The pool must be back where it was.
 #include "driver/image_state.h"
-#include "driver/last_error_text.h"
 #include "fuzz/fuzz_platform.h"
 #include "messages/catalog_access.h"
+#include "messages/last_error_text.h"
 #include "messages/message_catalog.h"
+#include "messages/messages_state.h"
 #include "runtime/crt.h"
 #include "tests/messages/catalog_bytes.h"
 #include "tools/strc/catalog_image.h"
@@ -47,7 +48,7 @@ void FormatMessage(UINT32 Number) {
     std::abort();  // a message signature this harness does not know
   }
   // The text is always terminated within its buffer.
-  if (gImage.ErrorText[gImage.CurrentErrorText & 1][LAST_ERROR_TEXT_CHARS - 1] != 0) std::abort();
+  if (gMessages.ErrorText[gMessages.CurrentErrorText & 1][LAST_ERROR_TEXT_CHARS - 1] != 0) std::abort();
 }
 
 void WriteSeeds(const char *Folder) {
@@ -85,7 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
 
   const size_t PoolBlocks = Fw.LivePoolBlocks();
   if (LoadMessageCatalog() == EFI_SUCCESS) {
-    const UINT32 Count = gImage.Catalog->Count;
+    const UINT32 Count = gMessages.Catalog->Count;
     for (UINT32 Number = 0; Number <= Count && Number < MAX_LOOKUPS; ++Number) FormatMessage(Number);
   }
   DestroyMessageCatalog();

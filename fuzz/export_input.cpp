@@ -97,7 +97,6 @@ void RestoreStartVariables(sim::Firmware &Fw) {
 void ServeExportInput(sim::Firmware &Fw, const uint8_t *Data, size_t Size) {
   const size_t ExportSize = ApplyVariables(Fw, Data, Size);
   Fw.SetHiiExport(std::vector<uint8_t>(Data, Data + ExportSize));
-  gImage.Hii = nullptr;
 }
 
 }  // namespace fuzz

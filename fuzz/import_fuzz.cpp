@@ -10,13 +10,14 @@
 // variables go back to their defaults after every input, and the driver's
 // heap must hold what it held before.
 #include "driver/image_state.h"
-#include "driver/settings_engine.h"
 #include "forms/option_cursor.h"
 #include "fuzz/fuzz_platform.h"
 #include "ini/ini_access.h"
 #include "iniparse/sim_image.h"
 #include "platform/sample_platform.h"
 #include "runtime/crt.h"
+#include "settings/reload_flags.h"
+#include "settings/settings_engine.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -112,7 +113,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
     }
   }
   if (crt::LiveBlockCount() != Blocks) std::abort();
-  gImage.ReloadRequired = 0;
+  gReloadFlags.ReloadRequired = 0;
   PutSampleVariables(I.Fw);
   return 0;
 }

@@ -9,7 +9,7 @@
 // reference reading of the same rules, the value buffer has exactly
 // ValueSize bytes (AddressSanitizer watches its end) and must stay
 // untouched unless the key was found.
-#include "iniparse/ini_parser_protocol.h"
+#include "inicontract/ini_parser_protocol.h"
 #include "iniparse/sim_image.h"
 #include "sim/firmware.h"
 #include "sim/temp_folder.h"

@@ -12,12 +12,13 @@
 // variable must have kept its size and attributes, and every changed byte
 // must lie inside a question's value. Nothing may stay allocated.
 #include "driver/image_state.h"
-#include "driver/settings_engine.h"
 #include "forms/option_cursor.h"
 #include "fuzz/export_input.h"
 #include "fuzz/fuzz_platform.h"
 #include "runtime/crt.h"
+#include "settings/reload_flags.h"
 #include "settings/settings_access.h"
+#include "settings/settings_engine.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -214,7 +215,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
     }
     crt::Delete(Engine);
   }
-  gImage.ReloadRequired = 0;
+  gReloadFlags.ReloadRequired = 0;
   fuzz::RestoreStartVariables(Fw);
   if (Fw.LivePoolBlocks() != PoolBlocks || Fw.LivePageRuns() != PageRuns) std::abort();
   return 0;

@@ -2,6 +2,7 @@
 
 #include "hiiprovider/provider_state.h"
 #include "runtime/crt.h"
+#include "runtime/root_device.h"
 
 namespace hiiprovider {
 
@@ -9,9 +10,6 @@ namespace {
 
 constinit EFI_GUID DeviceIoProtocolGuid = DEVICE_IO_PROTOCOL;
 constinit EFI_GUID DevicePathProtocolGuid = DEVICE_PATH_PROTOCOL;
-
-constinit EFI_DEVICE_PATH RootDevicePath = {END_DEVICE_PATH_TYPE, END_ENTIRE_DEVICE_PATH_SUBTYPE,
-                                            {END_DEVICE_PATH_LENGTH, 0}};
 
 EFI_STATUS EFIAPI UnsupportedAccess(EFI_DEVICE_IO_PROTOCOL *, EFI_IO_WIDTH, UINT64, UINTN, VOID *) {
   return EFI_UNSUPPORTED;
@@ -38,21 +36,15 @@ constinit EFI_DEVICE_IO_PROTOCOL StandIn = {
 
 }  // namespace
 
-bool RootDeviceIoPresent(EFI_BOOT_SERVICES *Boot) {
-  EFI_DEVICE_PATH *Remaining = &RootDevicePath;
-  EFI_HANDLE Device = nullptr;
-  return Boot->LocateDevicePath(&DeviceIoProtocolGuid, &Remaining, &Device) == EFI_SUCCESS;
-}
-
 EFI_STATUS InstallDeviceIoStandIn(EFI_HANDLE ImageHandle) {
   EFI_BOOT_SERVICES *Boot = crt::SystemTable()->BootServices;
   EFI_HANDLE Handle = ImageHandle;
   EFI_STATUS Status =
-      Boot->InstallProtocolInterface(&Handle, &DevicePathProtocolGuid, EFI_NATIVE_INTERFACE, &RootDevicePath);
+      Boot->InstallProtocolInterface(&Handle, &DevicePathProtocolGuid, EFI_NATIVE_INTERFACE, crt::RootDevicePath());
   if (Status != EFI_SUCCESS) return Status;
   Status = Boot->InstallProtocolInterface(&Handle, &DeviceIoProtocolGuid, EFI_NATIVE_INTERFACE, &StandIn);
   if (Status != EFI_SUCCESS) {
-    (void)Boot->UninstallProtocolInterface(ImageHandle, &DevicePathProtocolGuid, &RootDevicePath);
+    (void)Boot->UninstallProtocolInterface(ImageHandle, &DevicePathProtocolGuid, crt::RootDevicePath());
     return Status;
   }
   gProvider.DeviceIoInstalled = TRUE;
@@ -64,7 +56,7 @@ EFI_STATUS UninstallDeviceIoStandIn(EFI_HANDLE ImageHandle) {
   EFI_BOOT_SERVICES *Boot = crt::SystemTable()->BootServices;
   EFI_STATUS Status = Boot->UninstallProtocolInterface(ImageHandle, &DeviceIoProtocolGuid, &StandIn);
   if (Status != EFI_SUCCESS) return Status;
-  Status = Boot->UninstallProtocolInterface(ImageHandle, &DevicePathProtocolGuid, &RootDevicePath);
+  Status = Boot->UninstallProtocolInterface(ImageHandle, &DevicePathProtocolGuid, crt::RootDevicePath());
   if (Status != EFI_SUCCESS) return Status;
   gProvider.DeviceIoInstalled = FALSE;
   return EFI_SUCCESS;

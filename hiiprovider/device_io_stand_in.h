@@ -16,10 +16,6 @@
 
 namespace hiiprovider {
 
-// Whether a handle already carries the device I/O protocol on the root
-// (end-only) device path.
-bool RootDeviceIoPresent(EFI_BOOT_SERVICES *Boot);
-
 // Installs the end-only device path and the stand-in on ImageHandle; on a
 // failure of the second, the first is removed again. EFI_SUCCESS or the
 // firmware's status.

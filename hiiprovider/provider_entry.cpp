@@ -7,6 +7,7 @@
 #include "hiiprovider/provider_state.h"
 #include "hiiprovider/variable_seeding.h"
 #include "runtime/crt.h"
+#include "runtime/root_device.h"
 
 namespace hiiprovider {
 
@@ -41,7 +42,7 @@ class RuntimeUntilLoaded {
 // The device I/O stand-in only where the firmware has no root device I/O:
 // two end-only paths would leave LocateDevicePath to choose between them.
 [[nodiscard]] EFI_STATUS InstallServices(EFI_HANDLE ImageHandle) {
-  if (!RootDeviceIoPresent(crt::SystemTable()->BootServices)) {
+  if (!crt::RootDeviceIoPresent(crt::SystemTable()->BootServices)) {
     const EFI_STATUS Status = InstallDeviceIoStandIn(ImageHandle);
     if (Status != EFI_SUCCESS) return Status;
   }

@@ -6,14 +6,24 @@
 // its options as a comment; a question whose prompt names a serial port
 // opens a section of its own (see BuildSerialSectionPath).
 #include "bioscfg_protocol.h"
-#include "driver/settings_engine.h"
 #include "forms/option_cursor.h"
+#include "ini/bios_block.h"
 #include "ini/ini_access.h"
-#include "ini/ini_file_path.h"
-#include "ini/section_path.h"
+#include "inicontract/ini_file_path.h"
+#include "inicontract/section_path.h"
 #include "runtime/crt.h"
 #include "runtime/owned.h"
 #include "settings/eligibility.h"
+#include "settings/settings_engine.h"
+
+using inicontract::BuildSectionPath;
+using inicontract::BuildSerialSectionPath;
+using inicontract::INI_FILE_PATH_BUFFER_SIZE;
+using inicontract::IsExportedFormTitle;
+using inicontract::JoinIniFilePath;
+using inicontract::NarrowPrompt;
+using inicontract::SECTION_PATH_BYTES;
+using inicontract::UppercaseAscii;
 
 namespace {
 

@@ -6,32 +6,38 @@
 // read are written, each through its own read-modify-write of the variable.
 // Before anything is written, a file that gives both serial ports the same
 // address or IRQ is refused: the two UARTs would fight over the resource.
-#include "driver/image_state.h"
-#include "driver/last_error_text.h"
 #include "bioscfg_protocol.h"
-#include "driver/settings_engine.h"
 #include "forms/option_cursor.h"
+#include "ini/bios_block.h"
 #include "ini/ini_access.h"
 #include "ini/ini_parser_bridge.h"
-#include "ini/section_path.h"
+#include "inicontract/import_rules.h"
+#include "inicontract/section_path.h"
+#include "messages/last_error_text.h"
 #include "runtime/crt.h"
 #include "runtime/owned.h"
 #include "settings/eligibility.h"
 #include "settings/question_variable.h"
+#include "settings/reload_flags.h"
+#include "settings/settings_engine.h"
+
+using inicontract::BuildSectionPath;
+using inicontract::BuildSerialSectionPath;
+using inicontract::INI_AUX_TEXT_BYTES;
+using inicontract::INI_KEY_TEXT_BYTES;
+using inicontract::INI_VALUE_MAX;
+using inicontract::INI_VALUE_TEXT_BYTES;
+using inicontract::KeyOpensSerialSection;
+using inicontract::KeyReshapesForms;
+using inicontract::NarrowPrompt;
+using inicontract::SECTION_PATH_BYTES;
+using inicontract::SerialPortsConflict;
+using inicontract::UppercaseAscii;
 
 namespace {
 
-constexpr UINT16 INI_VALUE_MAX = 128;
-constexpr UINT32 VALUE_TEXT_BYTES = 50;
-constexpr UINT32 AUX_TEXT_BYTES = 150;
-constexpr UINT32 KEY_TEXT_BYTES = 150;
 // The UTF-16 copy of a prompt, for the record handed to WriteQuestionValue.
 constexpr UINT32 PROMPT_UNITS = 0x10000;
-
-constexpr const char *SERIAL_A_SECTIONS[] = {"BIOS::ADVANCED::SERIAL PORT CONFIGURATION::SERIAL A ENABLE",
-                                             "BIOS::SERIAL PORT CONFIGURATION::SERIAL A ENABLE"};
-constexpr const char *SERIAL_B_SECTIONS[] = {"BIOS::ADVANCED::SERIAL PORT CONFIGURATION::SERIAL B ENABLE",
-                                             "BIOS::SERIAL PORT CONFIGURATION::SERIAL B ENABLE"};
 
 struct ImportRun {
   const char *FileName;
@@ -41,44 +47,18 @@ struct ImportRun {
   UINT16 PreviousFormId;
   UINT16 SerialQuestionCount;
   bool ApplyEnabled;
-  char KeyText[KEY_TEXT_BYTES];
-  char ValueText[VALUE_TEXT_BYTES];
-  char AuxText[AUX_TEXT_BYTES];
+  char KeyText[INI_KEY_TEXT_BYTES];
+  char ValueText[INI_VALUE_TEXT_BYTES];
+  char AuxText[INI_AUX_TEXT_BYTES];
   CHAR16 *Prompt;  // PROMPT_UNITS
 };
 
-// The key's text from the first of Sections that has it.
-bool ReadFromEither(const char *const (&Sections)[2], const char *Key, const char *FileName, char (&Value)[VALUE_TEXT_BYTES]) {
-  char Aux[VALUE_TEXT_BYTES] = {};
-  for (const char *Section : Sections) {
-    if (ReadIniKey(Section, Key, Aux, Value, sizeof(Value), INI_VALUE_MAX, FileName, 0) == 0) return true;
-  }
-  return false;
+// The serial check's reads, through the bridge; the file name is the
+// context.
+INT32 ReadForSerialCheck(void *FileName, const char *Section, const char *Key, char *Value, UINT32 ValueBytes) {
+  char Aux[INI_VALUE_TEXT_BYTES] = {};
+  return ReadIniKey(Section, Key, Aux, Value, ValueBytes, INI_VALUE_MAX, static_cast<const char *>(FileName), 0);
 }
-
-bool SameIgnoringCase(const char *A, const char *B) {
-  for (; *A != '\0' && crt::tolower(static_cast<UINT8>(*A)) == crt::tolower(static_cast<UINT8>(*B)); ++A, ++B) {
-  }
-  return *A == '\0' && *B == '\0';
-}
-
-}  // namespace
-
-// 0 when no conflict is found (or there is not enough to tell), -1 when
-// both ports are given the same address or the same IRQ.
-INT32 CheckSerialPortConflict(const char *IniFileName) {
-  static constexpr const char *KEYS[] = {"Address", "IRQ"};
-  for (const char *Key : KEYS) {
-    char PortA[VALUE_TEXT_BYTES] = {};
-    char PortB[VALUE_TEXT_BYTES] = {};
-    if (!ReadFromEither(SERIAL_A_SECTIONS, Key, IniFileName, PortA)) return 0;
-    if (!ReadFromEither(SERIAL_B_SECTIONS, Key, IniFileName, PortB)) return 0;
-    if (SameIgnoringCase(PortA, PortB)) return -1;
-  }
-  return 0;
-}
-
-namespace {
 
 void EnterForm(ImportRun &Run, const SetupQuestion &Form) {
   char Title[SECTION_PATH_BYTES];
@@ -98,10 +78,6 @@ void EnterSerialSection(ImportRun &Run) {
   crt::memcpy(Run.SectionPath, UppercaseAscii(Section), SECTION_PATH_BYTES);
 }
 
-bool ReshapesForms(const char *Key) {
-  return crt::strcmp(Key, "Console Redirection") == 0 || crt::strcmp(Key, "Vexon(R) DR for Remapped I/O") == 0;
-}
-
 // Tells the observer of a plan what the import would do with a question.
 void Report(ImportRun &Run, const SetupQuestion &Question, UINT32 Value, ImportStepKind Kind) {
   const ImportStep Step{Run.SectionPath, Run.KeyText, &Question, Value, Kind};
@@ -110,10 +86,10 @@ void Report(ImportRun &Run, const SetupQuestion &Question, UINT32 Value, ImportS
 
 [[nodiscard]] EFI_STATUS ImportQuestion(SettingsEngine &Engine, ImportRun &Run, SetupQuestion &Question) {
   NarrowPrompt(Question.PromptText, Question.PromptLength, true, Run.KeyText, sizeof(Run.KeyText));
-  if (crt::strstr(Run.KeyText, "Serial") != nullptr) EnterSerialSection(Run);
+  if (KeyOpensSerialSection(Run.KeyText)) EnterSerialSection(Run);
 
   if (ReadIniKey(Run.SectionPath, Run.KeyText, Run.AuxText, Run.ValueText, sizeof(Run.ValueText), INI_VALUE_MAX,
-                 Run.FileName, 0) != 0) {
+                 Run.FileName, 0) != INI_LOOKUP_FOUND) {
     return EFI_SUCCESS;
   }
   BIOS_SETTING_VALUE Record{};
@@ -143,7 +119,7 @@ void Report(ImportRun &Run, const SetupQuestion &Question, UINT32 Value, ImportS
     }
     return BCFG_INI_E_OUT_OF_RANGE;
   }
-  const bool Reshapes = ReshapesForms(Run.KeyText) && Record.Value != 0;
+  const bool Reshapes = KeyReshapesForms(Run.KeyText) && Record.Value != 0;
   if (Planning) {
     Report(Run, Question, Record.Value, Reshapes ? ImportStepKind::ReshapingChange : ImportStepKind::Change);
   } else if (WriteQuestionValue(Engine, Question, Record) != EFI_SUCCESS) {
@@ -151,8 +127,8 @@ void Report(ImportRun &Run, const SetupQuestion &Question, UINT32 Value, ImportS
     return BCFG_INI_E_SET_FAILED;
   }
   if (Reshapes) {
-    if (!Planning) gImage.ReloadRequired = 1;
-    if (gImage.DeferAfterReloadChange == 1) Run.ApplyEnabled = false;
+    if (!Planning) gReloadFlags.ReloadRequired = 1;
+    if (gReloadFlags.DeferAfterReloadChange == 1) Run.ApplyEnabled = false;
   }
   return EFI_SUCCESS;
 }
@@ -172,7 +148,7 @@ void Report(ImportRun &Run, const SetupQuestion &Question, UINT32 Value, ImportS
   R.Prompt = Prompt.Get();
 
   const INT32 Probe = ReadIniKey("BIOS", "", R.AuxText, R.ValueText, sizeof(R.ValueText), INI_VALUE_MAX, IniFileName, 0);
-  if (Probe == -4) return BCFG_INI_E_BIOS_SECTION;
+  if (Probe == INI_LOOKUP_SECTION_NOT_FOUND) return BCFG_INI_E_BIOS_SECTION;
   // Without the parser every lookup would answer the same: nothing to read.
   if (Probe == INI_BRIDGE_NO_PARSER || Probe == INI_BRIDGE_PATH_TOO_LONG) return EFI_SUCCESS;
   if (CheckSerialPortConflict(IniFileName) != 0) return BCFG_INI_E_SERIAL_CONFLICT;
@@ -192,6 +168,10 @@ void Report(ImportRun &Run, const SetupQuestion &Question, UINT32 Value, ImportS
 }
 
 }  // namespace
+
+INT32 CheckSerialPortConflict(const char *IniFileName) {
+  return SerialPortsConflict(ReadForSerialCheck, const_cast<char *>(IniFileName)) ? -1 : 0;
+}
 
 EFI_STATUS ReadBiosSection(SettingsEngine &Engine, const char *IniFileName) {
   return RunImport(Engine, IniFileName, nullptr, nullptr);

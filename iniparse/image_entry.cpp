@@ -1,7 +1,7 @@
 // Start-up of iniparse.efi: one instance per boot, resident once started.
 #include "iniparse/image_entry.h"
 
-#include "iniparse/ini_parser_protocol.h"
+#include "inicontract/ini_parser_protocol.h"
 #include "iniparse/lookup.h"
 #include "runtime/crt.h"
 

@@ -7,7 +7,7 @@
 // image's runtime) to the load-time values, as a fresh load would.
 #pragma once
 
-#include "ini/ini_file_path.h"
+#include "inicontract/ini_file_path.h"
 #include "runtime/uefi.h"
 
 namespace crt {
@@ -21,7 +21,7 @@ class IniIndex;
 struct ParserImageState {
   // The file indexed last: its joined path, a stream kept open on it to ask
   // the firmware whether it changed, and the size and time it had when read.
-  char Path[INI_FILE_PATH_BUFFER_SIZE];
+  char Path[inicontract::INI_FILE_PATH_BUFFER_SIZE];
   crt::FILE *Stream;
   UINT64 Size;
   EFI_TIME Modified;

@@ -1,12 +1,16 @@
 // Resolving, reading and re-reading the indexed file (see ini_file_cache.h).
 #include "iniparse/ini_file_cache.h"
 
-#include "ini/ini_file_path.h"
+#include "inicontract/ini_file_path.h"
+#include "inicontract/ini_parser_protocol.h"
 #include "iniparse/image_state.h"
 #include "iniparse/ini_index.h"
-#include "iniparse/ini_parser_protocol.h"
 #include "runtime/crt.h"
 #include "runtime/owned.h"
+
+using inicontract::INI_FILE_PATH_BUFFER_SIZE;
+using inicontract::INI_FILE_PATH_MAX;
+using inicontract::JoinIniFilePath;
 
 namespace iniparse {
 

@@ -6,7 +6,7 @@
 // into the file's text, which the index keeps.
 #include "iniparse/ini_index.h"
 
-#include "iniparse/ini_parser_protocol.h"
+#include "inicontract/ini_parser_protocol.h"
 #include "runtime/crt.h"
 #include "runtime/owned.h"
 

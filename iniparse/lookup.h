@@ -1,7 +1,7 @@
 // The function that IniParserProtocol's interface pointer is.
 #pragma once
 
-#include "iniparse/ini_parser_protocol.h"
+#include "inicontract/ini_parser_protocol.h"
 
 namespace iniparse {
 

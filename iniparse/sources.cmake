@@ -6,7 +6,7 @@ set(INIPARSE_SOURCES
   iniparse/ini_file_cache.cpp
   iniparse/ini_index.cpp
   iniparse/ini_lines.cpp
-  ini/ini_file_path.cpp
+  ${INICONTRACT_SOURCES}
 )
 # Only in the UEFI image: the entry that gnu-efi's crt0 calls.
 set(INIPARSE_TARGET_SOURCES

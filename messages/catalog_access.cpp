@@ -1,9 +1,9 @@
 #include "messages/catalog_access.h"
 
 #include "bioscfg_protocol.h"
-#include "driver/image_state.h"
-#include "driver/last_error_text.h"
+#include "messages/last_error_text.h"
 #include "messages/message_catalog.h"
+#include "messages/messages_state.h"
 
 // Messages 7 and 8 are looked up in the very catalog that could not be
 // created or loaded, so they give no text and the last-error text keeps what
@@ -14,19 +14,19 @@
 MessageCatalogHolder::~MessageCatalogHolder() { DestroyMessageCatalog(); }
 
 MessageCatalog *GetMessageCatalog() {
-  if (gImage.Catalog != nullptr) return gImage.Catalog;
+  if (gMessages.Catalog != nullptr) return gMessages.Catalog;
 
-  gImage.Catalog = crt::New<MessageCatalog>();
-  if (gImage.Catalog == nullptr) {
+  gMessages.Catalog = crt::New<MessageCatalog>();
+  if (gMessages.Catalog == nullptr) {
     (void)SetLastErrorText(LookupMessage(MSG_CATALOG_NOT_CREATED));
     return nullptr;
   }
-  if (gImage.Catalog->Load(W(CATALOG_FILE_NAME), 0) != CATALOG_LOADED) {
+  if (gMessages.Catalog->Load(W(CATALOG_FILE_NAME), 0) != CATALOG_LOADED) {
     (void)SetLastErrorText(LookupMessage(MSG_CATALOG_NOT_LOADED), W(CATALOG_FILE_NAME));
     DestroyMessageCatalog();
     return nullptr;
   }
-  return gImage.Catalog;
+  return gMessages.Catalog;
 }
 
 EFI_STATUS LoadMessageCatalog() {
@@ -40,13 +40,13 @@ const char *MessageArguments(UINT32 Number) {
 }
 
 const CHAR16 *LookupMessage(UINT32 Number) {
-  if (gImage.Catalog == nullptr) return nullptr;
-  const CHAR16 *Text = gImage.Catalog->GetMessage(Number);
+  if (gMessages.Catalog == nullptr) return nullptr;
+  const CHAR16 *Text = gMessages.Catalog->GetMessage(Number);
   if (Text == nullptr || !FormatTakes(Text, MessageArguments(Number))) return nullptr;
   return Text;
 }
 
 void DestroyMessageCatalog() {
-  crt::Delete(gImage.Catalog);
-  gImage.Catalog = nullptr;
+  crt::Delete(gMessages.Catalog);
+  gMessages.Catalog = nullptr;
 }

@@ -1,5 +1,5 @@
 // The driver-wide message catalog: at most one MessageCatalog, on the heap,
-// pointed to by gImage.Catalog and owned by the open session through its
+// pointed to by gMessages.Catalog and owned by the open session through its
 // MessageCatalogHolder.
 #pragma once
 

@@ -20,6 +20,7 @@ set(RUNTIME_SOURCES
   runtime/stream_io.cpp
   runtime/file_info_query.cpp
   runtime/device_path.cpp
+  runtime/root_device.cpp
 )
 # Only in the UEFI image: the C symbols the compiler may emit calls to, and
 # the global operator new/delete (the host keeps its C library's).

@@ -1,9 +1,10 @@
 // GetSettings and GetFormSettings: reading questions by prompt.
-#include "driver/settings_engine.h"
 #include "settings/eligibility.h"
 #include "settings/option_copy.h"
+#include "settings/prompt_match.h"
 #include "settings/record_list.h"
 #include "settings/settings_access.h"
+#include "settings/settings_engine.h"
 
 namespace {
 
@@ -12,23 +13,9 @@ bool NotFound(const BIOS_SETTING_REQUEST &Request) { return Request.Found != 1; 
 }  // namespace
 
 EFI_STATUS GetSettings(SettingsEngine &Engine, BIOS_SETTING_REQUEST *Requests) {
-  UINTN Count = 0;
-  if (Requests == nullptr || !CountRecords(Requests, &Count)) return BCFG_E_INVALID_PARAMETER;
-  PendingRecords<BIOS_SETTING_REQUEST> Pending;
-  EFI_STATUS Status = Pending.Build(Requests, Count, NotFound);
-  if (Status != EFI_SUCCESS) return Status;
-
   // Questions in form order, each filling the first unfilled record of its
   // prompt: the n-th question of a prompt fills the n-th such record.
-  for (SetupQuestion *Question = Engine.Forms.Questions; Question != nullptr; Question = Question->Next) {
-    if (!IsValueQuestion(*Question)) continue;
-    if (!QuestionEligible(*Question, SettingsOperation::Get, Engine.AllQuestionsMode)) continue;
-    BIOS_SETTING_REQUEST *Request = Pending.TakeFirst(PromptOf(*Question));
-    if (Request == nullptr) continue;
-    Status = FillRequest(*Question, *Request);
-    if (Status != EFI_SUCCESS) return Status;
-  }
-  return EFI_SUCCESS;
+  return MatchRecordsByPrompt(Engine, Requests, SettingsOperation::Get, NotFound, false, FillRequest);
 }
 
 EFI_STATUS GetFormSettings(SettingsEngine &Engine, BIOS_SETTING_REQUEST *Requests) {

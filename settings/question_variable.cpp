@@ -1,9 +1,8 @@
 #include "settings/question_variable.h"
 
-#include "driver/image_state.h"
-#include "driver/last_error_text.h"
 #include "forms/export_bytes.h"
 #include "forms/variable_cache.h"
+#include "messages/last_error_text.h"
 #include "runtime/crt.h"
 
 namespace {
@@ -36,7 +35,7 @@ struct VariableKey {
   Out.Data.Reset(static_cast<UINT8 *>(crt::malloc(Capacity)));
   if (!Out.Data) return BCFG_E_OUT_OF_MEMORY;
   Out.Size = Capacity;
-  return gImage.SystemTableCopy.RuntimeServices->GetVariable(Key.Name, &Key.Guid, &Out.Attributes, &Out.Size,
+  return crt::SystemTable()->RuntimeServices->GetVariable(Key.Name, &Key.Guid, &Out.Attributes, &Out.Size,
                                                              Out.Data.Get());
 }
 
@@ -95,7 +94,7 @@ EFI_STATUS WriteQuestionValue(SettingsEngine &, SetupQuestion &Question, const B
   if ((Contents.Attributes & ACCESS_ATTRIBUTES) == 0) return EFI_WRITE_PROTECTED;
 
   StoreField(Field, Width, Wanted);
-  return gImage.SystemTableCopy.RuntimeServices->SetVariable(Key.Name, &Key.Guid, Contents.Attributes,
+  return crt::SystemTable()->RuntimeServices->SetVariable(Key.Name, &Key.Guid, Contents.Attributes,
                                                              Contents.Size, Contents.Data.Get());
 }
 

@@ -9,6 +9,7 @@
 // exactly the order in which a walk from the head would find them.
 #pragma once
 
+#include "bioscfg_protocol.h"
 #include "runtime/crt.h"
 #include "runtime/owned.h"
 #include "settings/prompt_compare.h"
@@ -30,12 +31,6 @@ template <class Record> [[nodiscard]] bool CountRecords(const Record *Head, UINT
   }
   *Count = Length;
   return true;
-}
-
-// The I-th record of a list (0 is Head); the list must hold it.
-template <class Record> Record *RecordAt(Record *Head, UINTN Index) {
-  while (Index-- > 0) Head = Head->Next;
-  return Head;
 }
 
 template <class Record> class PendingRecords {

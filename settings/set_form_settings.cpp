@@ -6,24 +6,33 @@
 // no longer be the ones the client meant, so on a freshly loaded driver the
 // rest of that form is only marked applied, and the protocol layer reloads
 // the forms and runs the list a second time (ReloadRequired).
-#include "driver/image_state.h"
-#include "driver/last_error_text.h"
-#include "driver/settings_engine.h"
 #include "forms/option_cursor.h"
+#include "inicontract/import_rules.h"
+#include "messages/last_error_text.h"
 #include "settings/eligibility.h"
 #include "settings/question_variable.h"
 #include "settings/record_list.h"
+#include "settings/reload_flags.h"
 #include "settings/settings_access.h"
+#include "settings/settings_engine.h"
 
 namespace {
 
-constexpr CHAR16 CONSOLE_REDIRECTION_PROMPT[] = {'C', 'o', 'n', 's', 'o', 'l', 'e', ' ', 'R', 'e', 'd', 'i',
-                                                 'r', 'e', 'c', 't', 'i', 'o', 'n', 0};
-constexpr CHAR16 REMAPPING_PROMPT[] = {'V', 'e', 'x', 'o', 'n', '(', 'R', ')', ' ', 'D', 'R', ' ', 'f', 'o', 'r',
-                                       ' ', 'R', 'e', 'm', 'a', 'p', 'p', 'e', 'd', ' ', 'I', '/', 'O', 0};
+// The two reshaping prompts of the INI import, widened for the comparison
+// the change operations make (case folded, as for every client name).
+template <UINTN N> struct WideName {
+  CHAR16 Units[N];
+};
+template <UINTN N> constexpr WideName<N> Widen(const char (&Text)[N]) {
+  WideName<N> Wide{};
+  for (UINTN Index = 0; Index < N; ++Index) Wide.Units[Index] = static_cast<UINT8>(Text[Index]);
+  return Wide;
+}
+constexpr auto CONSOLE_REDIRECTION = Widen(inicontract::CONSOLE_REDIRECTION_PROMPT);
+constexpr auto REMAPPING = Widen(inicontract::REMAPPING_PROMPT);
 
 bool ReshapesForms(const PromptText &Prompt) {
-  return NameMatchesPrompt(CONSOLE_REDIRECTION_PROMPT, Prompt) || NameMatchesPrompt(REMAPPING_PROMPT, Prompt);
+  return NameMatchesPrompt(CONSOLE_REDIRECTION.Units, Prompt) || NameMatchesPrompt(REMAPPING.Units, Prompt);
 }
 
 // The walk's state along the client's list.
@@ -58,8 +67,8 @@ struct FormPath {
     return EFI_SUCCESS;
   }
   if (ReshapesForms(PromptOf(Question)) && Record.Value != 0 && Record.Value != Question.Value) {
-    gImage.ReloadRequired = 1;
-    if (gImage.DeferAfterReloadChange == 1) Path.ApplyEnabled = false;
+    gReloadFlags.ReloadRequired = 1;
+    if (gReloadFlags.DeferAfterReloadChange == 1) Path.ApplyEnabled = false;
   }
   if (!QuestionAcceptsValue(Question, Record.Value)) {
     Record.Status = BIOS_SETTING_NOT_APPLIED;

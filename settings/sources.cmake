@@ -1,5 +1,7 @@
 # Setting access: reading and changing questions by prompt, shared by both homes.
 set(SETTINGS_SOURCES
+  settings/settings_engine.cpp
+  settings/reload_flags.cpp
   settings/prompt_compare.cpp
   settings/eligibility.cpp
   settings/option_copy.cpp

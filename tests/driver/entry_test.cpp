@@ -1,6 +1,8 @@
 // Loading, refusing and unloading the driver image.
 #include "driver/image_state.h"
-#include "driver/settings_engine.h"
+#include "messages/messages_state.h"
+#include "settings/reload_flags.h"
+#include "settings/settings_engine.h"
 #include "sim/device_path.h"
 #include "tests/support/driver_harness.h"
 
@@ -58,22 +60,22 @@ TEST_F(DriverEntryTest, UnloadClosesTheSessionAndTheDriverLoadsAgainFresh) {
   InstallEmptyHii();
   ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
   ASSERT_EQ(gImage.Engine->EnsureFormsLoaded(), EFI_SUCCESS);
-  gImage.ReloadRequired = 1;
-  gImage.DeferAfterReloadChange = 0;
+  gReloadFlags.ReloadRequired = 1;
+  gReloadFlags.DeferAfterReloadChange = 0;
   const uint64_t ClosesBefore = Fw().Calls(sim::Service::FileClose);
 
   EXPECT_EQ(UnloadDriver(), EFI_SUCCESS);
   EXPECT_EQ(gImage.SessionOpen, 0);
   EXPECT_EQ(gImage.Engine, nullptr);
   EXPECT_EQ(gImage.CatalogHolder, nullptr);
-  EXPECT_EQ(gImage.Catalog, nullptr);
+  EXPECT_EQ(gMessages.Catalog, nullptr);
   EXPECT_GT(Fw().Calls(sim::Service::FileClose), ClosesBefore) << "catalog file left open";
   EXPECT_EQ(InstalledInstances(Fw()), 0u);
 
   ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
   EXPECT_EQ(InstalledInstances(Fw()), 1u);
-  EXPECT_EQ(gImage.ReloadRequired, 0);
-  EXPECT_EQ(gImage.DeferAfterReloadChange, 1);
+  EXPECT_EQ(gReloadFlags.ReloadRequired, 0);
+  EXPECT_EQ(gReloadFlags.DeferAfterReloadChange, 1);
   EXPECT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
 }
 

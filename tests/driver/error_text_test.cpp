@@ -1,8 +1,9 @@
 // The last-error text: formatting, the 511-character cut and the two-buffer
 // hand-out through GetLastErrorText.
 #include "driver/image_state.h"
-#include "driver/last_error_text.h"
-#include "driver/settings_engine.h"
+#include "messages/last_error_text.h"
+#include "messages/messages_state.h"
+#include "settings/settings_engine.h"
 #include "tests/support/driver_harness.h"
 
 #include <climits>
@@ -53,7 +54,7 @@ TEST_F(ErrorTextTest, FormatsWithBothTheEightBitScanAndTheWideFormatter) {
     EXPECT_EQ(AsText(Set()), Expected);
     EXPECT_EQ(ErrorText(), Expected);
   }
-  for (const auto &Buffer : gImage.ErrorText) EXPECT_EQ(Buffer[511], 0);
+  for (const auto &Buffer : gMessages.ErrorText) EXPECT_EQ(Buffer[511], 0);
 }
 
 // Each format against the arguments a caller would pass, as the two

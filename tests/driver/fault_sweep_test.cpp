@@ -11,7 +11,7 @@
 // MAX_CALLS_SWEPT times, an even sample of its calls (the first and the last
 // included) is failed instead of all of them.
 #include "driver/image_state.h"
-#include "driver/settings_engine.h"
+#include "settings/settings_engine.h"
 #include "sim/bioscfg_image.h"
 #include "sim/firmware.h"
 #include "sim/temp_folder.h"

@@ -2,7 +2,7 @@
 // (public_header_client.c) calls the driver through the installed record:
 // every argument must arrive where the driver looks for it.
 #include "driver/image_state.h"
-#include "driver/settings_engine.h"
+#include "settings/settings_engine.h"
 #include "tests/support/driver_harness.h"
 
 #include <string>

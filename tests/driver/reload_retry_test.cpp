@@ -2,7 +2,8 @@
 // driven by test work steps.
 #include "driver/image_state.h"
 #include "driver/reload_retry.h"
-#include "driver/settings_engine.h"
+#include "settings/reload_flags.h"
+#include "settings/settings_engine.h"
 #include "tests/support/driver_harness.h"
 
 #include <utility>
@@ -25,9 +26,9 @@ struct Script {
 EFI_STATUS ScriptedStep(SettingsEngine &Engine, void *Argument) {
   auto &S = *static_cast<Script *>(Argument);
   const size_t Pass = S.DeferSeen.size();
-  S.DeferSeen.push_back(gImage.DeferAfterReloadChange);
+  S.DeferSeen.push_back(gReloadFlags.DeferAfterReloadChange);
   S.FormsLoadedSeen.push_back(Engine.FormsLoaded);
-  if (Pass < S.SetReloadOnPass.size() && S.SetReloadOnPass[Pass]) gImage.ReloadRequired = 1;
+  if (Pass < S.SetReloadOnPass.size() && S.SetReloadOnPass[Pass]) gReloadFlags.ReloadRequired = 1;
   return Pass < S.ResultOfPass.size() ? S.ResultOfPass[Pass] : EFI_SUCCESS;
 }
 
@@ -55,7 +56,7 @@ TEST_F(ReloadRetryTest, ReshapingChangeReloadsOnceAndRunsOneSecondPass) {
   EXPECT_EQ(S.DeferSeen, (std::vector<UINT8>{1, 0}));
   EXPECT_EQ(S.FormsLoadedSeen, (std::vector<UINT8>{1, 1}));
   EXPECT_EQ(FormLoads(), 2u);
-  EXPECT_EQ(gImage.ReloadRequired, 0);
+  EXPECT_EQ(gReloadFlags.ReloadRequired, 0);
 
   // Deferral stays off for the rest of the driver's life, sessions included.
   ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
@@ -69,19 +70,19 @@ TEST_F(ReloadRetryTest, FailedPassesKeepTheFlagAndTheNextCallRetries) {
   EXPECT_EQ(Run(FirstFails), STEP_FAILURE);
   EXPECT_EQ(FirstFails.DeferSeen.size(), 1u) << "no reload after a failed first pass";
   EXPECT_EQ(FormLoads(), 1u);
-  EXPECT_EQ(gImage.ReloadRequired, 1);
-  EXPECT_EQ(gImage.DeferAfterReloadChange, 1);
+  EXPECT_EQ(gReloadFlags.ReloadRequired, 1);
+  EXPECT_EQ(gReloadFlags.DeferAfterReloadChange, 1);
 
-  gImage.ReloadRequired = 0;
+  gReloadFlags.ReloadRequired = 0;
   Script SecondFails{{true}, {EFI_SUCCESS, STEP_FAILURE}};
   EXPECT_EQ(Run(SecondFails), STEP_FAILURE);
   EXPECT_EQ(SecondFails.DeferSeen.size(), 2u);
-  EXPECT_EQ(gImage.ReloadRequired, 1);
+  EXPECT_EQ(gReloadFlags.ReloadRequired, 1);
 
   Script Quiet;  // changes nothing reshaping, yet reloads and retries
   EXPECT_EQ(Run(Quiet), EFI_SUCCESS);
   EXPECT_EQ(Quiet.DeferSeen.size(), 2u);
-  EXPECT_EQ(gImage.ReloadRequired, 0);
+  EXPECT_EQ(gReloadFlags.ReloadRequired, 0);
 }
 
 TEST_F(ReloadRetryTest, FailedReloadKeepsTheFlagAndLeavesTheFormsUnloaded) {
@@ -91,7 +92,7 @@ TEST_F(ReloadRetryTest, FailedReloadKeepsTheFlagAndLeavesTheFormsUnloaded) {
   Fw().FailNthCall(sim::Service::LocateHandle, 1, EFI_NOT_FOUND);
   EXPECT_EQ(Run(S), BCFG_E_VARIABLE_ACCESS);
   EXPECT_EQ(S.DeferSeen.size(), 1u);
-  EXPECT_EQ(gImage.ReloadRequired, 1);
+  EXPECT_EQ(gReloadFlags.ReloadRequired, 1);
   EXPECT_EQ(gImage.Engine->FormsLoaded, 0);
   EXPECT_EQ(gImage.Engine->EnsureFormsLoaded(), EFI_SUCCESS);
 }

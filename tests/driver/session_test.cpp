@@ -1,7 +1,8 @@
 // The session: which operations need one, opening, reopening and closing.
 #include "driver/image_state.h"
-#include "driver/last_error_text.h"
-#include "driver/settings_engine.h"
+#include "messages/last_error_text.h"
+#include "messages/messages_state.h"
+#include "settings/settings_engine.h"
 #include "tests/support/driver_harness.h"
 
 #include <functional>
@@ -98,7 +99,7 @@ TEST_F(SessionTest, OpenSessionLeavesTheSessionClosedWhenTheEngineCannotBeMade) 
   EXPECT_EQ(gImage.SessionOpen, 0);
   EXPECT_EQ(gImage.Engine, nullptr);
   EXPECT_EQ(gImage.CatalogHolder, nullptr);
-  EXPECT_EQ(gImage.Catalog, nullptr);
+  EXPECT_EQ(gMessages.Catalog, nullptr);
   EXPECT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
 }
 

@@ -89,6 +89,15 @@ TEST_F(ConditionsTest, OperatorsMeetingMarksFollowTheStackRules) {
       // ... and that re-evaluation used up M=5, so C sets R: c.
       {"A NOT B AND C", [](IfrBuilder &I) { A(I); I.Not(); B(I); I.And(); C(I); },
        [](bool, bool, bool c) { return c; }},
+      // A: R=a. NOT: A again, R=!a, push N. B: R=b. OR, step 1: M=2, B again,
+      // R=b, pop B. Step 2 pops N (M=4, or-not) and re-evaluates A without
+      // popping: R=b or not a; then an OR mark is pushed.
+      {"A NOT B OR", [](IfrBuilder &I) { A(I); I.Not(); B(I); I.Or(); },
+       [](bool a, bool b, bool) { return b || !a; }},
+      // ... AND, step 1 pops the OR mark (M=4) and re-evaluates A, popping
+      // it: R=(b or not a) or not a. Step 2: empty, M=1. C: R=(b or not a) and c.
+      {"A NOT B OR AND C", [](IfrBuilder &I) { A(I); I.Not(); B(I); I.Or(); I.And(); C(I); },
+       [](bool a, bool b, bool c) { return (b || !a) && c; }},
       // NOT: push N. AND, step 1 pops the mark (M=3), nothing left to
       // re-evaluate; step 2: empty, M=1. A: R=0 and a.
       {"NOT AND A", [](IfrBuilder &I) { I.Not(); I.And(); A(I); }, [](bool, bool, bool) { return false; }},

@@ -76,9 +76,6 @@ class FormsTest : public SimTest {
  protected:
   void SetUp() override {
     SimTest::SetUp();
-    gImage.SystemTableCopy = *Fw().SystemTable();
-    gImage.Hii = nullptr;
-    gImage.HiiHandle = 0;
     Db.emplace();
     BaselineBlocks = crt::LiveBlockCount();
     BaselinePageRuns = Fw().LivePageRuns();

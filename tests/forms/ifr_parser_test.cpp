@@ -28,7 +28,7 @@ TEST_F(IfrParserTest, FormsAndQuestionsBecomeRecordsInIfrOrder) {
   EXPECT_EQ(Prompts(), (Texts{u"Main", u"Mode", u"Switch", u"Count", u"Empty", u"Third", u"Box"}));
   auto All = Records();
   EXPECT_EQ(All[5]->FormId, 3);
-  EXPECT_FALSE(QuestionHasOptions(*All[5]));
+  EXPECT_TRUE(OptionsOf(All[5]).empty());
   EXPECT_EQ(All[1]->Value, 2u);
   EXPECT_EQ(OptionTexts(All[1]), (Texts{u"Two", u"One", u"Zero"}));
   EXPECT_EQ(OptionValues(All[1]), (Values{2, 1, 0}));

@@ -141,7 +141,7 @@ TEST_F(OptionStorageTest, AcceptedValuesAreExactlyTheEnumeratedOnes) {
   for (const SetupQuestion *Q : Questions()) {
     const std::vector<uint32_t> Values = OptionValues(Q);
     const std::set<uint32_t> Allowed(Values.begin(), Values.end());
-    EXPECT_EQ(QuestionHasOptions(*Q), !Values.empty());
+    EXPECT_EQ(!OptionsOf(Q).empty(), !Values.empty());
     size_t Mismatches = 0;
     for (uint32_t Value : Probes) {
       const bool Expected = Allowed.empty() || Allowed.count(Value) != 0;
@@ -214,7 +214,7 @@ TEST_F(OptionStorageTest, AOneOfPassedOverTakesItsOptionsAlong) {
       EXPECT_EQ(Forms().ParseForms(), EFI_SUCCESS);
       Fw().ClearFaults();
       for (const SetupQuestion *Q : Questions()) {
-        if (Q->OpCode == IFR_CHECKBOX_OP && QuestionHasOptions(*Q)) {
+        if (Q->OpCode == IFR_CHECKBOX_OP && !OptionsOf(Q).empty()) {
           EXPECT_EQ(OptionTexts(Q), (Texts{u"Enabled", u"Disabled"}));
         }
       }

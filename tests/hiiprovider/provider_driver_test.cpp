@@ -3,9 +3,9 @@
 // no root device I/O, as on OVMF), then the driver, and a session sees the
 // forms and the values the provider serves.
 #include "driver/image_state.h"
-#include "driver/settings_engine.h"
 #include "hiiprovider/sim_image.h"
 #include "platform/sample_platform.h"
+#include "settings/settings_engine.h"
 #include "tests/hiiprovider/demo_platform.h"
 #include "tests/support/driver_harness.h"
 #include "tools/hiibuild/hii_export_builder.h"

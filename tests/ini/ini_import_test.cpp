@@ -1,10 +1,12 @@
 // LoadSettingsFromIni on the sample platform: which keys it reads, what it
 // writes and refuses, the serial-port check, and the reload-and-retry.
+#include "ini/ini_parser_bridge.h"
+#include "settings/reload_flags.h"
 #include "tests/ini/ini_fixture.h"
 
 #include "driver/image_state.h"
-#include "driver/settings_engine.h"
 #include "ini/ini_access.h"
+#include "settings/settings_engine.h"
 
 namespace {
 
@@ -128,8 +130,8 @@ TEST_F(IniImport, SwitchingConsoleRedirectionOnWritesTheRestOfItsFormAfterTheRel
   EXPECT_EQ(SampleStored(u"Console Redirection", 41), 1u);
   EXPECT_EQ(SampleStored(u"Baud Rate", 41), 2u) << "written by the second pass, on the rebuilt forms";
   EXPECT_EQ(SampleStored(u"Quiet Boot", 1), 0u);
-  EXPECT_EQ(gImage.ReloadRequired, 0);
-  EXPECT_EQ(gImage.DeferAfterReloadChange, 0);
+  EXPECT_EQ(gReloadFlags.ReloadRequired, 0);
+  EXPECT_EQ(gReloadFlags.DeferAfterReloadChange, 0);
 
   // Back to 0 reshapes nothing.
   const uint64_t Loads = Fw().Calls(sim::Service::HiiExportDatabase);
@@ -152,7 +154,7 @@ TEST_F(IniImport, FormsAfterTheReshapingOneAreWrittenInTheFirstPass) {
   Fw().FailNthCall(sim::Service::SetVariable, 3, EFI_DEVICE_ERROR);
   EXPECT_EQ(LoadText(Text), BCFG_INI_E_SET_FAILED);
   EXPECT_EQ(ErrorText(), u"\nError in setting BIOS Variable Fan Speed Monitoring through INI file\n");
-  EXPECT_EQ(gImage.ReloadRequired, 1) << "set before the failure, kept after it";
+  EXPECT_EQ(gReloadFlags.ReloadRequired, 1) << "set before the failure, kept after it";
 }
 
 TEST_F(IniImport, APlanReportsTheImportsStepsAndWritesNothing) {
@@ -192,7 +194,7 @@ TEST_F(IniImport, APlanReportsTheImportsStepsAndWritesNothing) {
                        {"Console Redirection", ImportStepKind::ReshapingChange}}))
       << "Flow Control is suppressed until the reload: the plan cannot see it";
   EXPECT_EQ(SetVariableCalls(), Writes);
-  EXPECT_EQ(gImage.ReloadRequired, 0);
+  EXPECT_EQ(gReloadFlags.ReloadRequired, 0);
 }
 
 class MovingIniQuestions : public IniTest {
@@ -232,7 +234,7 @@ TEST_F(IniWithoutParser, EveryLookupFailsAndTheImportWritesNothing) {
   EXPECT_EQ(Proto()->LoadSettingsFromIni(Proto(), const_cast<CHAR8 *>(reinterpret_cast<const CHAR8 *>("s.ini"))),
             EFI_SUCCESS);
   EXPECT_EQ(SetVariableCalls(), Writes);
-  EXPECT_EQ(gImage.IniParserImage, nullptr) << "the next lookup tries again";
+  EXPECT_EQ(gIniParser.IniParserImage, nullptr) << "the next lookup tries again";
 }
 
 }  // namespace

@@ -1,10 +1,15 @@
 // Section names from form identifiers: children, siblings and forms higher
 // up, as the export and the import both derive them.
-#include "ini/section_path.h"
+#include "inicontract/section_path.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
+
+using inicontract::BuildSectionPath;
+using inicontract::IsExportedFormTitle;
+using inicontract::SECTION_PATH_BYTES;
+using inicontract::UppercaseAscii;
 
 namespace {
 

@@ -1,6 +1,6 @@
 // The join of TORVEL_PATH and an INI file name, shared by the driver's
 // export and the parser image.
-#include "ini/ini_file_path.h"
+#include "inicontract/ini_file_path.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +9,10 @@
 #include <ostream>
 #include <string>
 #include <vector>
+
+using inicontract::INI_FILE_PATH_BUFFER_SIZE;
+using inicontract::INI_FILE_PATH_MAX;
+using inicontract::JoinIniFilePath;
 
 namespace {
 

@@ -1,7 +1,7 @@
 /* A C client of IniParserProtocol compiled without GNU_EFI_USE_MS_ABI, so
  * that gnu-efi's EFIAPI is empty here: the call below reaches the parser
  * with the right convention only because the header fixes it. */
-#include "iniparse/ini_parser_protocol.h"
+#include "inicontract/ini_parser_protocol.h"
 
 #if defined(GNU_EFI_USE_MS_ABI) || defined(HAVE_USE_MS_ABI)
 #error "this file must be built without gnu-efi's ms_abi switch"

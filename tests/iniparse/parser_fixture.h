@@ -8,7 +8,7 @@
 // would at the end of boot services) before SimTest's leak check.
 #pragma once
 
-#include "iniparse/ini_parser_protocol.h"
+#include "inicontract/ini_parser_protocol.h"
 #include "tests/support/sim_fixture.h"
 
 #include <string>

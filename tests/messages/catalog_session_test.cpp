@@ -1,8 +1,9 @@
 // OpenSession and the catalog file: where it is looked for, and what a
 // missing or unusable one does to the session.
 #include "driver/image_state.h"
-#include "driver/last_error_text.h"
+#include "messages/last_error_text.h"
 #include "messages/message_catalog.h"
+#include "messages/messages_state.h"
 #include "sim/device_path.h"
 #include "tests/support/driver_harness.h"
 
@@ -17,7 +18,7 @@ TEST_F(CatalogSessionTest, MissingOrCorruptFileFailsTheSessionUntilItIsPlaced) {
   RemoveCatalog();
   EXPECT_EQ(Proto()->OpenSession(Proto()), BCFG_E_GENERAL_FAILURE);
   EXPECT_EQ(gImage.Engine, nullptr);
-  EXPECT_EQ(gImage.Catalog, nullptr);
+  EXPECT_EQ(gMessages.Catalog, nullptr);
   EXPECT_EQ(Proto()->CloseSession(Proto()), BCFG_E_GENERAL_FAILURE);
   PlaceCatalog();
   ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);

@@ -27,6 +27,8 @@ TEST(PromptsEqual, FoldsOnlyAToZAndComparesLowBytes) {
     bool Equal;
   } Cases[] = {
       {u"Quiet Boot", u"QUIET boot", true},
+      {u"ABCDEFGHIJKLMNOPQRSTUVWXYZ", u"abcdefghijklmnopqrstuvwxyz", true},  // every letter, both ends
+      {u"@", u"`", false},
       {u"Quiet Boot", u"Quiet  Boot", false},
       {u"Quiet Boot", u"Quiet Boot ", false},
       {u"", u"", true},

@@ -1,6 +1,7 @@
 // SetFormSettings switching a form-reshaping question on the sample
 // platform: "Console Redirection" adds the terminal settings to its form,
 // so the rest of the list is applied again on the rebuilt forms.
+#include "settings/reload_flags.h"
 #include "tests/settings/settings_fixture.h"
 
 #include "driver/image_state.h"
@@ -27,8 +28,8 @@ TEST_F(ReshapingChange, FirstPassDefersTheRestOfTheFormAndTheSecondWritesIt) {
   EXPECT_EQ(L.Statuses(), (std::vector<int>{1, 1, 1}));
   EXPECT_EQ(FormLoads(), 2u);
   EXPECT_EQ(SetVariableCalls() - Writes, 2u) << "the second pass finds Console Redirection stored";
-  EXPECT_EQ(gImage.ReloadRequired, 0);
-  EXPECT_EQ(gImage.DeferAfterReloadChange, 0);
+  EXPECT_EQ(gReloadFlags.ReloadRequired, 0);
+  EXPECT_EQ(gReloadFlags.DeferAfterReloadChange, 0);
 
   // Back to 0 reshapes nothing: no reload.
   ValueList Off({{u"Console Redirection", 0}, {u"Console Redirection", 0}});
@@ -47,7 +48,7 @@ TEST_F(ReshapingChange, AFailedSecondPassLeavesTheRetryPendingForLaterCallsAndSe
   EXPECT_EQ(SetForm(Reshape), BCFG_E_VARIABLE_ACCESS);
   EXPECT_EQ(Console(), 2u);
   EXPECT_EQ(SampleStored(u"Flow Control", 41), 0u);
-  EXPECT_EQ(gImage.ReloadRequired, 1) << "a failed second pass leaves the retry pending";
+  EXPECT_EQ(gReloadFlags.ReloadRequired, 1) << "a failed second pass leaves the retry pending";
   EXPECT_EQ(FormLoads(), 2u);
 
   // The next SetFormSettings reloads and runs twice, even though its own
@@ -55,27 +56,27 @@ TEST_F(ReshapingChange, AFailedSecondPassLeavesTheRetryPendingForLaterCallsAndSe
   ValueList Plain({{u"Server Management", 0}, {u"FRB-2 Enable", 1}});
   ASSERT_EQ(SetForm(Plain), EFI_SUCCESS);
   EXPECT_EQ(FormLoads(), 3u);
-  EXPECT_EQ(gImage.ReloadRequired, 0);
+  EXPECT_EQ(gReloadFlags.ReloadRequired, 0);
 
-  gImage.ReloadRequired = 1;  // as a failed second pass of an earlier session left it
+  gReloadFlags.ReloadRequired = 1;  // as a failed second pass of an earlier session left it
   ASSERT_EQ(Proto()->CloseSession(Proto()), EFI_SUCCESS);
   ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
   ASSERT_EQ(SetForm(Plain), EFI_SUCCESS);
   EXPECT_EQ(FormLoads(), 5u) << "the new session's load, then the retry's";
-  EXPECT_EQ(gImage.ReloadRequired, 0);
+  EXPECT_EQ(gReloadFlags.ReloadRequired, 0);
 }
 
 TEST_F(ReshapingChange, ARejectedReshapingValueStillAsksForTheRetry) {
   ValueList L({{u"Console Redirection", 0}, {u"Console Redirection", 5}});
   EXPECT_EQ(SetForm(L), BCFG_E_OUT_OF_RANGE);
-  EXPECT_EQ(gImage.ReloadRequired, 1);
+  EXPECT_EQ(gReloadFlags.ReloadRequired, 1);
   EXPECT_EQ(Console(), 0u);
 }
 
 TEST_F(ReshapingChange, AfterTheFirstRetryTheFirstPassWritesTheWholeList) {
   ValueList First({{u"Console Redirection", 0}, {u"Console Redirection", 1}});
   ASSERT_EQ(SetForm(First), EFI_SUCCESS);
-  ASSERT_EQ(gImage.DeferAfterReloadChange, 0);
+  ASSERT_EQ(gReloadFlags.DeferAfterReloadChange, 0);
   // Now switching to port B writes Baud Rate in the first pass already (it
   // is visible), and the second pass finds it stored.
   ValueList Second({{u"Console Redirection", 0}, {u"Console Redirection", 2}, {u"Baud Rate", 1}});
@@ -84,7 +85,7 @@ TEST_F(ReshapingChange, AfterTheFirstRetryTheFirstPassWritesTheWholeList) {
   EXPECT_EQ(Console(), 2u);
   EXPECT_EQ(Baud(), 1u);
   EXPECT_EQ(SetVariableCalls() - Writes, 2u);
-  EXPECT_EQ(gImage.ReloadRequired, 0);
+  EXPECT_EQ(gReloadFlags.ReloadRequired, 0);
 }
 
 // A form set whose questions move when "Console Redirection" (offset 0)

@@ -1,7 +1,7 @@
 #include "tools/bioscfg-sim/commands.h"
 
 #include "driver/image_state.h"
-#include "driver/settings_engine.h"
+#include "settings/settings_engine.h"
 #include "tools/bioscfg-sim/question_listing.h"
 #include "tools/bioscfg-sim/simulated_machine.h"
 

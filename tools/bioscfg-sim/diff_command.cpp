@@ -6,9 +6,9 @@
 #include "client/diff_report.h"
 #include "client/record_report.h"
 #include "driver/image_state.h"
-#include "driver/settings_engine.h"
 #include "forms/option_cursor.h"
 #include "ini/ini_access.h"
+#include "settings/settings_engine.h"
 #include "tools/bioscfg-sim/commands.h"
 #include "tools/bioscfg-sim/simulated_machine.h"
 

@@ -1,9 +1,15 @@
-#include "ini/section_path.h"
+#include "inicontract/section_path.h"
 
-#include "forms/export_bytes.h"
 #include "runtime/crt.h"
 
+namespace inicontract {
+
 namespace {
+
+// A little-endian UTF-16 unit of a text that need not be aligned.
+UINT16 UnitAt(const UINT8 *Bytes, UINTN Index) {
+  return static_cast<UINT16>(Bytes[2 * Index] | (Bytes[2 * Index + 1] << 8));
+}
 
 // The forms whose questions are saved.
 constexpr const char *EXPORTED_FORM_TITLES[] = {
@@ -88,11 +94,6 @@ void BuildSerialSectionPath(const char *SectionPath, UINT16 *PreviousFormId, UIN
   BuildSectionPath(SectionPath, *PreviousFormId, Title, *PreviousFormId, Result);
 }
 
-bool InBiosBlock(const SetupQuestion &Record) {
-  constexpr UINT32 HIDING_FLAGS = SETUP_QUESTION_SUPPRESSED | SETUP_QUESTION_HIDDEN | SETUP_QUESTION_GRAYED_OUT;
-  return Record.PromptText != nullptr && Record.PromptLength != 0 && (Record.Flags & HIDING_FLAGS) == 0;
-}
-
 char *UppercaseAscii(char *Text) {
   for (char *C = Text; *C != '\0'; ++C) {
     if (*C >= 'a' && *C <= 'z') *C = static_cast<char>(*C - ('a' - 'A'));
@@ -114,10 +115,12 @@ void NarrowPrompt(const CHAR16 *Text, UINT32 Length, bool SkipLeadingBlanks, cha
   UINT32 Used = 0;
   UINT32 Index = 0;
   if (SkipLeadingBlanks) {
-    while (Index < Length && Le16(Bytes + 2 * static_cast<UINTN>(Index)) == ' ') ++Index;
+    while (Index < Length && UnitAt(Bytes, Index) == ' ') ++Index;
   }
   for (; Index < Length && Used + 1 < Size; ++Index) {
-    Out[Used++] = static_cast<char>(Le16(Bytes + 2 * static_cast<UINTN>(Index)) & 0xFF);
+    Out[Used++] = static_cast<char>(UnitAt(Bytes, Index) & 0xFF);
   }
   Out[Used] = '\0';
 }
+
+}  // namespace inicontract

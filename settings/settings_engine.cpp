@@ -1,4 +1,4 @@
-#include "driver/settings_engine.h"
+#include "settings/settings_engine.h"
 
 #include "bioscfg_protocol.h"
 

@@ -1,7 +1,7 @@
-#include "driver/last_error_text.h"
+#include "messages/last_error_text.h"
 
 #include "bioscfg_protocol.h"
-#include "driver/image_state.h"
+#include "messages/messages_state.h"
 #include "runtime/crt.h"
 
 #include <stdarg.h>
@@ -10,7 +10,7 @@ namespace {
 
 constexpr size_t MAX_TEXT_CHARS = LAST_ERROR_TEXT_CHARS - 1;
 
-CHAR16 *CurrentBuffer() { return gImage.ErrorText[gImage.CurrentErrorText & 1]; }
+CHAR16 *CurrentBuffer() { return gMessages.ErrorText[gMessages.CurrentErrorText & 1]; }
 
 // Appends to a buffer of LAST_ERROR_TEXT_CHARS characters, dropping what
 // does not fit and keeping it NUL-terminated.
@@ -192,7 +192,7 @@ CHAR16 *SetLastErrorText(const CHAR16 *Format, ...) {
 EFI_STATUS TakeLastErrorText(CHAR16 **ErrorText) {
   CHAR16 *HandedOut = CurrentBuffer();
   *ErrorText = HandedOut;
-  gImage.CurrentErrorText ^= 1;
+  gMessages.CurrentErrorText ^= 1;
   CurrentBuffer()[0] = 0;
   if (HandedOut[0] == 0) {
     *ErrorText = nullptr;

@@ -1,5 +1,7 @@
 // Joining an INI file name onto the TORVEL_PATH folder (see ini_file_path.h).
-#include "ini/ini_file_path.h"
+#include "inicontract/ini_file_path.h"
+
+namespace inicontract {
 
 namespace {
 
@@ -13,18 +15,24 @@ size_t BoundedLength(const char *Text) {
 
 }  // namespace
 
-bool JoinIniFilePath(const char *Directory, const char *FileName, char (&Path)[INI_FILE_PATH_BUFFER_SIZE]) {
+IniPathJoin JoinIniPath(const char *Directory, const char *FileName, char *Path, size_t PathBytes) {
+  if (PathBytes < INI_FILE_PATH_BUFFER_SIZE) {
+    if (PathBytes > 0) Path[0] = '\0';
+    return IniPathJoin::TooLong;
+  }
   Path[0] = '\0';
-  if (Directory == nullptr || FileName == nullptr) return false;
+  if (Directory == nullptr || FileName == nullptr) return IniPathJoin::Missing;
   const size_t DirectoryLength = BoundedLength(Directory);
   const size_t NameLength = BoundedLength(FileName);
-  if (DirectoryLength == 0 || NameLength == 0) return false;
-  if (DirectoryLength + NameLength + 1 > INI_FILE_PATH_MAX) return false;
+  if (DirectoryLength == 0 || NameLength == 0) return IniPathJoin::Missing;
+  if (DirectoryLength + NameLength + 1 > INI_FILE_PATH_MAX) return IniPathJoin::TooLong;
 
   size_t Length = 0;
   for (size_t I = 0; I < DirectoryLength; ++I) Path[Length++] = Directory[I];
   if (Directory[DirectoryLength - 1] != '\\') Path[Length++] = '\\';
   for (size_t I = 0; I < NameLength; ++I) Path[Length++] = FileName[I];
   Path[Length] = '\0';
-  return true;
+  return IniPathJoin::Joined;
 }
+
+}  // namespace inicontract

@@ -5,11 +5,13 @@
 // driver reads; their nesting follows from their identifiers, which setup
 // numbers by tens: form 10 * P + k (k from 0 to 9) is a sub-form of form P.
 // The export and the import derive every section with the same steps, so a
-// saved file is read back under the names it was written with.
+// saved file is read back under the names it was written with, and tools
+// that read saved files name them alike.
 #pragma once
 
-#include "forms/setup_question.h"
 #include "runtime/uefi.h"
+
+namespace inicontract {
 
 // Section buffers hold this many bytes: 149 characters and the NUL.
 constexpr UINT32 SECTION_PATH_BYTES = 150;
@@ -31,11 +33,6 @@ void BuildSectionPath(const char *SectionPath, UINT32 PreviousId, const char *Ti
 void BuildSerialSectionPath(const char *SectionPath, UINT16 *PreviousFormId, UINT16 *Count, const char *Title,
                             char *Result);
 
-// Whether the export and the import walk this record (a form or a
-// question): it has a prompt and is neither suppressed, hidden nor grayed
-// out. One rule for both, so their section paths stay in step.
-[[nodiscard]] bool InBiosBlock(const SetupQuestion &Record);
-
 // Turns a-z into A-Z in place; every other byte, from 0x80 up included,
 // stays. Returns Text.
 char *UppercaseAscii(char *Text);
@@ -46,5 +43,8 @@ char *UppercaseAscii(char *Text);
 
 // The first Length units of a wide text at any alignment, each reduced to
 // its low 8 bits, NUL-terminated, cut to fit Size bytes. Leading blanks
-// (U+0020 only) are left out when SkipLeadingBlanks.
+// (U+0020 only) are left out when SkipLeadingBlanks: a question's key is its
+// prompt so reduced, while a form's title keeps its blanks.
 void NarrowPrompt(const CHAR16 *Text, UINT32 Length, bool SkipLeadingBlanks, char *Out, UINT32 Size);
+
+}  // namespace inicontract

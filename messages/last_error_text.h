@@ -1,4 +1,4 @@
-// The driver's last-error text: two 512-character buffers in gImage, one of
+// The driver's last-error text: two 512-character buffers in gMessages, one of
 // them current. SetLastErrorText fills the current one; the client's
 // GetLastErrorText hands it out and makes the other one current, so the text
 // it holds stays untouched until the client's next fetch.
