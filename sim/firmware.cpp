@@ -45,6 +45,7 @@ Firmware::Firmware() : S(std::make_unique<State>()) {
   WireImageServices(*System->BootServices);
   WireVariableServices(*System->RuntimeServices);
   WireMiscServices(*System->BootServices, *System->RuntimeServices);
+  WireEventServices(*System->BootServices);
   SealTables();
 
   // The root device: a device I/O stand-in on a handle whose device path is

@@ -226,6 +226,11 @@ class Firmware {
   std::optional<UINTN> WatchdogTimeout() const;
   bool ResetRequested() const;
 
+  // Runs the notification functions of the EVT_SIGNAL_EXIT_BOOT_SERVICES
+  // events, as ExitBootServices does (the platform goes on afterwards).
+  void SignalExitBootServices();
+  size_t EventCount() const;  // events created and not closed
+
   struct State;  // implementation
 
  private:

@@ -64,6 +64,12 @@ struct UefiHiiState;
 struct RootBridgeState;
 struct PoolHeader;
 
+struct EventRecord {
+  uintptr_t Id = 0;
+  EFI_EVENT_NOTIFY Notify = nullptr;
+  void *Context = nullptr;
+};
+
 struct PendingFault {
   Service Target;
   uint64_t CallsLeft;  // fails when this reaches 0
@@ -134,6 +140,10 @@ struct Firmware::State {
   std::unique_ptr<UefiHiiState> UefiHii;
   std::unique_ptr<RootBridgeState> RootBridge;
 
+  // Events waiting for ExitBootServices.
+  std::vector<EventRecord> Events;
+  uintptr_t NextEventId = 1;
+
   // Miscellaneous platform services.
   EFI_TPL Tpl = TPL_APPLICATION;
   uint64_t MonotonicCount = 0;
@@ -155,6 +165,7 @@ void WireHandleServices(EFI_BOOT_SERVICES &Boot);
 void WireImageServices(EFI_BOOT_SERVICES &Boot);
 void WireVariableServices(EFI_RUNTIME_SERVICES &Runtime);
 void WireMiscServices(EFI_BOOT_SERVICES &Boot, EFI_RUNTIME_SERVICES &Runtime);
+void WireEventServices(EFI_BOOT_SERVICES &Boot);
 EFI_SYSTEM_TABLE *SystemTableInstance();
 // Recomputes the header CRCs after a table changed.
 void SealTables();
