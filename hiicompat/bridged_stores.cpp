@@ -129,7 +129,7 @@ void BridgedStoreList::TakeFrom(BridgedStoreList &Other) {
 EFI_STATUS ReadBridgedStore(const BridgedStore &Store, UINT8 *Out) {
   EFI_HII_CONFIG_ROUTING_PROTOCOL *Router = Routing();
   if (Router == nullptr) return EFI_NOT_READY;
-  WideText Request;
+  ConfigText Request;
   AppendConfigHeader(Request, Store.Address());
   if (Request.Text() == nullptr) return EFI_OUT_OF_RESOURCES;
   EFI_STRING Progress = nullptr;
@@ -146,7 +146,7 @@ EFI_STATUS WriteBridgedStore(const BridgedStore &Store, const UINT8 *Data) {
   EFI_STATUS Status = ReadBridgedStore(Store, Now.Get());
   if (Status != EFI_SUCCESS) return Status;
 
-  WideText Change;
+  ConfigText Change;
   AppendConfigHeader(Change, Store.Address());
   bool Any = false;
   for (UINT32 Start = 0; Start < Store.Size;) {

@@ -105,9 +105,9 @@ bool Terminated(const CHAR16 *Text) {
 
 }  // namespace
 
-WideText::~WideText() { crt::free(Units); }
+ConfigText::~ConfigText() { crt::free(Units); }
 
-bool WideText::Reserve(UINTN More) {
+bool ConfigText::Reserve(UINTN More) {
   if (Failed) return false;
   if (Used + More + 1 <= Capacity) return true;
   UINTN Wanted = Capacity == 0 ? FIRST_CAPACITY : Capacity * 2;
@@ -122,28 +122,28 @@ bool WideText::Reserve(UINTN More) {
   return true;
 }
 
-void WideText::AppendUnit(CHAR16 Unit) {
+void ConfigText::AppendUnit(CHAR16 Unit) {
   if (!Reserve(1)) return;
   Units[Used++] = Unit;
   Units[Used] = 0;
 }
 
-void WideText::Append(const char *Ascii) {
+void ConfigText::Append(const char *Ascii) {
   for (; *Ascii != 0; ++Ascii) AppendUnit(static_cast<CHAR16>(*Ascii));
 }
 
-void WideText::AppendHexByte(UINT8 Byte) {
+void ConfigText::AppendHexByte(UINT8 Byte) {
   AppendUnit(static_cast<CHAR16>(HEX_DIGITS[Byte >> 4]));
   AppendUnit(static_cast<CHAR16>(HEX_DIGITS[Byte & 0xF]));
 }
 
-void WideText::AppendHexNumber(UINT64 Value) {
+void ConfigText::AppendHexNumber(UINT64 Value) {
   int Shift = 60;
   while (Shift > 0 && ((Value >> Shift) & 0xF) == 0) Shift -= 4;
   for (; Shift >= 0; Shift -= 4) AppendUnit(static_cast<CHAR16>(HEX_DIGITS[(Value >> Shift) & 0xF]));
 }
 
-void AppendConfigHeader(WideText &Out, const StoreAddress &Store) {
+void AppendConfigHeader(ConfigText &Out, const StoreAddress &Store) {
   Out.Append("GUID=");
   const auto *Guid = reinterpret_cast<const UINT8 *>(&Store.Guid);
   for (UINTN Index = 0; Index < sizeof(EFI_GUID); ++Index) Out.AppendHexByte(Guid[Index]);
@@ -156,7 +156,7 @@ void AppendConfigHeader(WideText &Out, const StoreAddress &Store) {
   for (UINT32 Index = 0; Index < Store.DevicePathLength; ++Index) Out.AppendHexByte(Store.DevicePath[Index]);
 }
 
-void AppendValueElement(WideText &Out, UINT32 Offset, UINT32 Width, const UINT8 *Bytes) {
+void AppendValueElement(ConfigText &Out, UINT32 Offset, UINT32 Width, const UINT8 *Bytes) {
   Out.Append("&OFFSET=");
   Out.AppendHexNumber(Offset);
   Out.Append("&WIDTH=");

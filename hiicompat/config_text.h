@@ -21,12 +21,12 @@ struct StoreAddress {
 
 // A growing NUL-terminated CHAR16 text in the runtime heap. A failed
 // allocation is remembered: Text() is nullptr from then on.
-class WideText {
+class ConfigText {
  public:
-  WideText() = default;
-  ~WideText();
-  WideText(const WideText &) = delete;
-  WideText &operator=(const WideText &) = delete;
+  ConfigText() = default;
+  ~ConfigText();
+  ConfigText(const ConfigText &) = delete;
+  ConfigText &operator=(const ConfigText &) = delete;
 
   void Append(const char *Ascii);
   void AppendUnit(CHAR16 Unit);
@@ -45,9 +45,9 @@ class WideText {
 };
 
 // "GUID=...&NAME=...&PATH=..." for Store.
-void AppendConfigHeader(WideText &Out, const StoreAddress &Store);
+void AppendConfigHeader(ConfigText &Out, const StoreAddress &Store);
 // "&OFFSET=<Offset>&WIDTH=<Width>&VALUE=<Bytes[Offset + Width - 1] ... Bytes[Offset]>".
-void AppendValueElement(WideText &Out, UINT32 Offset, UINT32 Width, const UINT8 *Bytes);
+void AppendValueElement(ConfigText &Out, UINT32 Offset, UINT32 Width, const UINT8 *Bytes);
 
 // Longest answer read from routing, in units: far beyond any store's text.
 constexpr UINTN MAX_ANSWER_UNITS = 4 * 1024 * 1024;

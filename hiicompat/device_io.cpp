@@ -2,13 +2,13 @@
 
 #include "hiicompat/compat_state.h"
 #include "runtime/crt.h"
+#include "runtime/root_device.h"
 
 namespace hiicompat {
 
 namespace {
 
 constexpr UINT8 END_ONLY_PATH[] = {END_DEVICE_PATH_TYPE, END_ENTIRE_DEVICE_PATH_SUBTYPE, 4, 0};
-constinit UINT8 RootPath[sizeof(END_ONLY_PATH)] = {END_DEVICE_PATH_TYPE, END_ENTIRE_DEVICE_PATH_SUBTYPE, 4, 0};
 constinit EFI_GUID DeviceIoGuid = EFI_DEVICE_IO_PROTOCOL_GUID;
 constinit EFI_GUID DevicePathGuid = DEVICE_PATH_PROTOCOL;
 constinit EFI_GUID RootBridgeGuid = EFI_PCI_ROOT_BRIDGE_IO_PROTOCOL_GUID;
@@ -218,25 +218,18 @@ EFI_PCI_ROOT_BRIDGE_IO_PROTOCOL *FindRootBridge(EFI_BOOT_SERVICES *Boot, EFI_HAN
   return Found;
 }
 
-bool RootDeviceIoPresent(EFI_BOOT_SERVICES *Boot) {
-  UINT8 Path[sizeof(END_ONLY_PATH)];
-  crt::memcpy(Path, END_ONLY_PATH, sizeof Path);
-  auto *Cursor = reinterpret_cast<EFI_DEVICE_PATH *>(Path);
-  EFI_HANDLE Device = nullptr;
-  return Boot->LocateDevicePath(&DeviceIoGuid, &Cursor, &Device) == EFI_SUCCESS && Device != nullptr;
-}
-
 EFI_STATUS InstallDeviceIo(EFI_HANDLE ImageHandle, EFI_PCI_ROOT_BRIDGE_IO_PROTOCOL *RootBridge,
                            EFI_HANDLE BridgeHandle) {
   EFI_BOOT_SERVICES *Boot = crt::SystemTable()->BootServices;
   gCompat.RootBridge = RootBridge;
   gCompat.RootBridgeHandle = BridgeHandle;
   EFI_HANDLE Handle = ImageHandle;
-  EFI_STATUS Status = Boot->InstallProtocolInterface(&Handle, &DevicePathGuid, EFI_NATIVE_INTERFACE, RootPath);
+  EFI_STATUS Status =
+      Boot->InstallProtocolInterface(&Handle, &DevicePathGuid, EFI_NATIVE_INTERFACE, crt::RootDevicePath());
   if (Status != EFI_SUCCESS) return Status;
   Status = Boot->InstallProtocolInterface(&Handle, &DeviceIoGuid, EFI_NATIVE_INTERFACE, &Served);
   if (Status != EFI_SUCCESS) {
-    (void)Boot->UninstallProtocolInterface(ImageHandle, &DevicePathGuid, RootPath);
+    (void)Boot->UninstallProtocolInterface(ImageHandle, &DevicePathGuid, crt::RootDevicePath());
     return Status;
   }
   gCompat.DeviceIoInstalled = TRUE;
@@ -248,7 +241,7 @@ EFI_STATUS UninstallDeviceIo(EFI_HANDLE ImageHandle) {
   EFI_BOOT_SERVICES *Boot = crt::SystemTable()->BootServices;
   EFI_STATUS Status = Boot->UninstallProtocolInterface(ImageHandle, &DeviceIoGuid, &Served);
   if (Status != EFI_SUCCESS) return Status;
-  Status = Boot->UninstallProtocolInterface(ImageHandle, &DevicePathGuid, RootPath);
+  Status = Boot->UninstallProtocolInterface(ImageHandle, &DevicePathGuid, crt::RootDevicePath());
   if (Status != EFI_SUCCESS) return Status;
   gCompat.DeviceIoInstalled = FALSE;
   return EFI_SUCCESS;

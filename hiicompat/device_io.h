@@ -30,9 +30,6 @@ namespace hiicompat {
 // The first handle's EFI_PCI_ROOT_BRIDGE_IO_PROTOCOL of segment 0, or nullptr.
 EFI_PCI_ROOT_BRIDGE_IO_PROTOCOL *FindRootBridge(EFI_BOOT_SERVICES *Boot, EFI_HANDLE *Handle);
 
-// Whether some handle already carries device I/O on the root device path.
-bool RootDeviceIoPresent(EFI_BOOT_SERVICES *Boot);
-
 // Installs the end-only device path and the protocol on ImageHandle,
 // forwarding to Bridge (nullptr: every access is EFI_UNSUPPORTED). On a
 // failure of the second install the first is undone. EFI_SUCCESS or the
