@@ -1,0 +1,17 @@
+#include "tests/hiicompat/compat_image.h"
+
+#include "hiicompat/compat_entry.h"
+#include "hiicompat/compat_state.h"
+
+namespace compat_test {
+
+sim::ImageDescriptor HiiCompatImage() {
+  sim::ImageDescriptor Image;
+  Image.FileName = "hiicompat.efi";
+  Image.Entry = hiicompat::CompatEntry;
+  Image.ResetState = hiicompat::ResetCompatState;
+  Image.DataType = EfiBootServicesData;
+  return Image;
+}
+
+}  // namespace compat_test

@@ -1,0 +1,87 @@
+#include "tests/hiicompat/modern_platform.h"
+
+#include "tests/hiicompat/compat_image.h"
+
+namespace compat_test {
+
+void MakeModern(sim::Firmware &Fw) {
+  Fw.RemoveRootDeviceIo();
+  Fw.InstallUefiHii();
+  Fw.InstallPciRootBridge();
+}
+
+Bytes FormSetWriter::List(const EFI_GUID &Guid, const std::vector<uefihii::StringPackage> &More) const {
+  uefihii::PackageList L(Guid);
+  L.AddForms(Ifr);
+  L.AddStrings(Strings);
+  for (const uefihii::StringPackage &P : More) L.AddStrings(P);
+  return L.Build();
+}
+
+void CompatDriverTest::SetUp() {
+  DriverTest::SetUp();
+  if (HasFatalFailure()) return;
+  ASSERT_NE(Proto(), nullptr) << "the driver started after hiicompat";
+  ASSERT_EQ(Proto()->OpenSession(Proto()), EFI_SUCCESS);
+}
+
+void CompatDriverTest::PreparePlatform() {
+  MakeModern(Fw());
+  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\hiicompat.efi", HiiCompatImage()));
+  AddForms();
+  ASSERT_EQ(Fw().LoadAndStart("fs0:\\tools\\hiicompat.efi", &CompatHandle), EFI_SUCCESS);
+}
+
+void CompatDriverTest::TearDown() {
+  if (DriverHandle() != nullptr) {
+    EXPECT_EQ(UnloadDriver(), EFI_SUCCESS);
+  }
+  if (CompatHandle != nullptr) {
+    EXPECT_EQ(Fw().UnloadImage(CompatHandle), EFI_SUCCESS);
+  }
+  DriverTest::TearDown();
+}
+
+CompatDriverTest::Reading CompatDriverTest::Get(const std::u16string &Prompt) {
+  Reading Out;
+  std::u16string Name = Prompt;
+  BIOS_SETTING_REQUEST Request{};
+  Request.Name = reinterpret_cast<CHAR16 *>(Name.data());
+  Request.NameLength = static_cast<UINT32>(Name.size());
+  Out.Status = Proto()->GetSettings(Proto(), &Request);
+  Out.Found = Request.Found != 0;
+  Out.Type = Request.Type;
+  Out.Value = Request.Value;
+  for (const BIOS_SETTING_OPTION *O = Request.Options; O != nullptr; O = O->Next) {
+    const auto *Text = reinterpret_cast<const char16_t *>(static_cast<uintptr_t>(O->TextAddress));
+    Out.Options.emplace_back(Text, O->TextLength);
+  }
+  return Out;
+}
+
+EFI_STATUS CompatDriverTest::Set(const std::u16string &Prompt, uint32_t Value, uint8_t *Applied) {
+  std::u16string Name = Prompt;
+  BIOS_SETTING_VALUE Record{};
+  Record.Name = reinterpret_cast<CHAR16 *>(Name.data());
+  Record.NameLength = static_cast<UINT32>(Name.size());
+  Record.Value = Value;
+  const EFI_STATUS Status = Proto()->SetSettings(Proto(), &Record);
+  if (Applied != nullptr) *Applied = Record.Status;
+  return Status;
+}
+
+uint32_t CompatDriverTest::OptionValue(const std::u16string &Prompt, const std::u16string &Text) {
+  std::u16string Name = Prompt;
+  BIOS_SETTING_REQUEST Request{};
+  Request.Name = reinterpret_cast<CHAR16 *>(Name.data());
+  Request.NameLength = static_cast<UINT32>(Name.size());
+  EXPECT_EQ(Proto()->GetSettings(Proto(), &Request), EFI_SUCCESS);
+  for (const BIOS_SETTING_OPTION *O = Request.Options; O != nullptr; O = O->Next) {
+    const auto *Chars = reinterpret_cast<const char16_t *>(static_cast<uintptr_t>(O->TextAddress));
+    if (std::u16string(Chars, O->TextLength) == Text) return O->Value;
+  }
+  ADD_FAILURE() << "no such option";
+  return 0;
+}
+
+}  // namespace compat_test
