@@ -18,6 +18,57 @@ Bytes FormSetWriter::List(const EFI_GUID &Guid, const std::vector<uefihii::Strin
   return L.Build();
 }
 
+void CompatImageTest::SetUp() {
+  Firmware = std::make_unique<sim::Firmware>();
+  Folder = std::make_unique<sim::TempFolder>("bioscfg-compat");
+  ASSERT_FALSE(Folder->Path().empty());
+  Fw().MountVolume(Folder->Path());
+  MakeModern(Fw());
+  ASSERT_TRUE(Fw().InstallImage("fs0:\\hiicompat.efi", HiiCompatImage()));
+}
+
+void CompatImageTest::TearDown() {
+  if (Handle != nullptr) {
+    EXPECT_EQ(Unload(), EFI_SUCCESS);
+  }
+  EXPECT_EQ(Fw().LivePoolBlocks(), 0u) << "pool blocks left after hiicompat unloaded";
+  EXPECT_EQ(Fw().LivePageRuns(), 0u);
+  Firmware.reset();
+  Folder.reset();
+}
+
+EFI_STATUS CompatImageTest::Load() {
+  EFI_HANDLE Loaded = nullptr;
+  const EFI_STATUS Status = Fw().LoadAndStart("fs0:\\hiicompat.efi", &Loaded);
+  if (Status == EFI_SUCCESS) Handle = Loaded;
+  return Status;
+}
+
+EFI_STATUS CompatImageTest::Unload() {
+  const EFI_STATUS Status = Fw().UnloadImage(Handle);
+  if (Status == EFI_SUCCESS) Handle = nullptr;
+  return Status;
+}
+
+Bytes CompatImageTest::FrameworkExport() {
+  const std::vector<EFI_HANDLE> Handles = Fw().HandlesWith(kFrameworkHiiProtocolGuid);
+  if (Handles.size() != 1) {
+    ADD_FAILURE() << Handles.size() << " handles carry the Framework HII protocol";
+    return {};
+  }
+  struct Hii {
+    void *Entries[3];
+    EFI_STATUS(EFIAPI *ExportDatabase)(void *This, UINT16 Handle, UINTN *Size, VOID *Buffer);
+  };
+  auto *Protocol = static_cast<Hii *>(Fw().FindProtocol(Handles[0], kFrameworkHiiProtocolGuid));
+  UINTN Size = 0;
+  EXPECT_EQ(Protocol->ExportDatabase(Protocol, 0, &Size, nullptr), EFI_BUFFER_TOO_SMALL);
+  Bytes Out(Size);
+  EXPECT_EQ(Protocol->ExportDatabase(Protocol, 0, &Size, Out.data()), EFI_SUCCESS);
+  Out.resize(Size);
+  return Out;
+}
+
 void CompatDriverTest::SetUp() {
   DriverTest::SetUp();
   if (HasFatalFailure()) return;

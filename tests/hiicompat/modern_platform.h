@@ -4,11 +4,13 @@
 // list builder, and a fixture that runs the real driver after hiicompat.
 #pragma once
 
+#include "sim/temp_folder.h"
 #include "tests/support/driver_harness.h"
 #include "tools/uefihii/uefi_package_builder.h"
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -33,6 +35,27 @@ struct FormSetWriter {
   EFI_STRING_ID S(const std::u16string &Text) { return Strings.Add(Text); }
   // The package list: forms, strings (and more string packages when given).
   Bytes List(const EFI_GUID &Guid = kListGuid, const std::vector<uefihii::StringPackage> &More = {}) const;
+};
+
+// hiicompat alone on simulated UEFI 2.x firmware: fs0: holds the image;
+// Load() starts it. TearDown unloads it (when loaded) and expects every
+// pool block and page run back.
+class CompatImageTest : public ::testing::Test {
+ protected:
+  void SetUp() override;
+  void TearDown() override;
+
+  sim::Firmware &Fw() { return *Firmware; }
+  EFI_STATUS Load();
+  EFI_STATUS Unload();
+  EFI_HANDLE Compat() const { return Handle; }
+  // The Framework export hiicompat serves now (two-call ExportDatabase).
+  Bytes FrameworkExport();
+
+ private:
+  std::unique_ptr<sim::Firmware> Firmware;
+  std::unique_ptr<sim::TempFolder> Folder;
+  EFI_HANDLE Handle = nullptr;
 };
 
 // The driver after hiicompat on simulated UEFI 2.x firmware. Derived
