@@ -1,6 +1,13 @@
 #include "tests/hiicompat/modern_platform.h"
 
+#include "driver/image_state.h"
+#include "forms/option_cursor.h"
+#include "sim/bioscfg_image.h"
+#include "settings/settings_engine.h"
 #include "tests/hiicompat/compat_image.h"
+
+#include <filesystem>
+#include <fstream>
 
 namespace compat_test {
 
@@ -28,6 +35,9 @@ void CompatImageTest::SetUp() {
 }
 
 void CompatImageTest::TearDown() {
+  if (DriverImage != nullptr) {
+    EXPECT_EQ(Fw().UnloadImage(DriverImage), EFI_SUCCESS);
+  }
   if (Handle != nullptr) {
     EXPECT_EQ(Unload(), EFI_SUCCESS);
   }
@@ -66,6 +76,71 @@ Bytes CompatImageTest::FrameworkExport() {
   Bytes Out(Size);
   EXPECT_EQ(Protocol->ExportDatabase(Protocol, 0, &Size, Out.data()), EFI_SUCCESS);
   Out.resize(Size);
+  return Out;
+}
+
+void CompatImageTest::StartDriver() {
+  const std::string Tools = Folder->Path() + "/tools";
+  std::filesystem::create_directories(Tools);
+  const std::vector<uint8_t> Catalog = DriverCatalogImage();
+  std::ofstream(Tools + "/bioscfg.str", std::ios::binary)
+      .write(reinterpret_cast<const char *>(Catalog.data()), static_cast<std::streamsize>(Catalog.size()));
+  Fw().SetShellVariable(u"TORVEL_PATH", u"fs0:\\tools");
+  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\bioscfg.efi", sim::BioscfgImage()));
+  ASSERT_EQ(Fw().LoadAndStart("fs0:\\tools\\bioscfg.efi", &DriverImage), EFI_SUCCESS);
+  EFI_GUID Guid = BIOS_CONFIG_PROTOCOL_GUID;
+  void *Interface = nullptr;
+  ASSERT_EQ(Fw().SystemTable()->BootServices->LocateProtocol(&Guid, nullptr, &Interface), EFI_SUCCESS);
+  Driver = static_cast<BIOS_CONFIG_PROTOCOL *>(Interface);
+  ASSERT_EQ(Driver->OpenSession(Driver), EFI_SUCCESS);
+}
+
+std::vector<const SetupQuestion *> CompatImageTest::Records() {
+  std::vector<const SetupQuestion *> Out;
+  if (gImage.Engine == nullptr || gImage.Engine->EnsureFormsLoaded() != EFI_SUCCESS) {
+    ADD_FAILURE() << "the driver has no forms";
+    return Out;
+  }
+  for (const SetupQuestion *Q = gImage.Engine->Forms.Questions; Q != nullptr; Q = Q->Next) Out.push_back(Q);
+  return Out;
+}
+
+const SetupQuestion *CompatImageTest::Record(const std::u16string &Prompt) {
+  for (const SetupQuestion *Q : Records())
+    if (Q->OpCode != IFR_FORM_OP && PromptOf(Q) == Prompt) return Q;
+  return nullptr;
+}
+
+void CompatImageTest::ReloadForms() {
+  ASSERT_NE(gImage.Engine, nullptr);
+  EXPECT_EQ(gImage.Engine->ResetForms(), EFI_SUCCESS);
+}
+
+std::u16string PromptOf(const SetupQuestion *Q) {
+  std::u16string Out;
+  const auto *Bytes = reinterpret_cast<const uint8_t *>(Q->PromptText);
+  for (UINT16 Index = 0; Bytes != nullptr && Index < Q->PromptLength; ++Index)
+    Out.push_back(static_cast<char16_t>(Bytes[2 * Index] | (Bytes[2 * Index + 1] << 8)));
+  return Out;
+}
+
+std::vector<std::u16string> OptionTextsOf(const SetupQuestion *Q) {
+  std::vector<std::u16string> Out;
+  OptionCursor Cursor(*Q);
+  for (OptionView O{}; Cursor.Next(O);) {
+    std::u16string Text;
+    const auto *Bytes = reinterpret_cast<const uint8_t *>(O.Text);
+    for (UINT32 Index = 0; Bytes != nullptr && Index < O.TextLength; ++Index)
+      Text.push_back(static_cast<char16_t>(Bytes[2 * Index] | (Bytes[2 * Index + 1] << 8)));
+    Out.push_back(Text);
+  }
+  return Out;
+}
+
+std::vector<uint32_t> OptionValuesOf(const SetupQuestion *Q) {
+  std::vector<uint32_t> Out;
+  OptionCursor Cursor(*Q);
+  for (OptionView O{}; Cursor.Next(O);) Out.push_back(O.Value);
   return Out;
 }
 

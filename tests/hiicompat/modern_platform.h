@@ -4,6 +4,7 @@
 // list builder, and a fixture that runs the real driver after hiicompat.
 #pragma once
 
+#include "forms/setup_question.h"
 #include "sim/temp_folder.h"
 #include "tests/support/driver_harness.h"
 #include "tools/uefihii/uefi_package_builder.h"
@@ -52,11 +53,27 @@ class CompatImageTest : public ::testing::Test {
   // The Framework export hiicompat serves now (two-call ExportDatabase).
   Bytes FrameworkExport();
 
+  // The real driver, started after hiicompat (catalog and TORVEL_PATH in
+  // place) with a session open; its parsed forms, in list order; the
+  // question record with a prompt, or nullptr.
+  void StartDriver();
+  BIOS_CONFIG_PROTOCOL *Proto() const { return Driver; }
+  std::vector<const SetupQuestion *> Records();
+  const SetupQuestion *Record(const std::u16string &Prompt);
+  // Makes the driver load the forms afresh at its next operation.
+  void ReloadForms();
+
  private:
   std::unique_ptr<sim::Firmware> Firmware;
   std::unique_ptr<sim::TempFolder> Folder;
   EFI_HANDLE Handle = nullptr;
+  EFI_HANDLE DriverImage = nullptr;
+  BIOS_CONFIG_PROTOCOL *Driver = nullptr;
 };
+
+std::u16string PromptOf(const SetupQuestion *Q);
+std::vector<std::u16string> OptionTextsOf(const SetupQuestion *Q);
+std::vector<uint32_t> OptionValuesOf(const SetupQuestion *Q);
 
 // The driver after hiicompat on simulated UEFI 2.x firmware. Derived
 // fixtures register their forms and owners in AddForms, which runs before
