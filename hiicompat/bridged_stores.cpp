@@ -9,6 +9,9 @@ namespace hiicompat {
 namespace {
 
 constexpr UINT32 MAX_STORES = 4096;
+constexpr UINT32 MAX_OWNER_NAME = 256;
+constinit EFI_GUID DevicePathGuid = DEVICE_PATH_PROTOCOL;
+constinit EFI_GUID ConfigAccessGuid = gEfiHiiConfigAccessProtocolGuid;
 constexpr UINT32 MAX_DUPLICATES = 999;
 
 void FreeStore(BridgedStore &Store) {
@@ -102,7 +105,7 @@ const CHAR16 *BridgedStoreList::Add(const EFI_GUID &Guid, const UINT8 *Name, UIN
   return Store.VariableName;
 }
 
-const BridgedStore *BridgedStoreList::Find(const CHAR16 *Name) const {
+BridgedStore *BridgedStoreList::Find(const CHAR16 *Name) const {
   for (UINT32 Index = 0; Index < Used; ++Index)
     if (SameName(Stores[Index].VariableName, Name)) return &Stores[Index];
   return nullptr;
@@ -126,21 +129,67 @@ void BridgedStoreList::TakeFrom(BridgedStoreList &Other) {
   Other.Capacity = 0;
 }
 
-EFI_STATUS ReadBridgedStore(const BridgedStore &Store, UINT8 *Out) {
+// One ExtractConfig of the whole store into Out.
+EFI_STATUS ExtractOnce(const StoreAddress &Store, UINT8 *Out, UINT32 Size) {
   EFI_HII_CONFIG_ROUTING_PROTOCOL *Router = Routing();
   if (Router == nullptr) return EFI_NOT_READY;
   ConfigText Request;
-  AppendConfigHeader(Request, Store.Address());
+  AppendConfigHeader(Request, Store);
   if (Request.Text() == nullptr) return EFI_OUT_OF_RESOURCES;
   EFI_STRING Progress = nullptr;
   PoolText Answer;
   const EFI_STATUS Status = Router->ExtractConfig(Router, Request.Mutable(), &Progress, &Answer.Text);
   if (Status != EFI_SUCCESS) return Status;
-  crt::memset(Out, 0, Store.Size);
-  return ReadConfigAnswer(Answer.Text, Store.Address(), Out, Store.Size);
+  crt::memset(Out, 0, Size);
+  return ReadConfigAnswer(Answer.Text, Store, Out, Size);
 }
 
-EFI_STATUS WriteBridgedStore(const BridgedStore &Store, const UINT8 *Data) {
+bool OwnersName(const StoreAddress &Store, CHAR16 *Out, UINT32 Capacity, UINT32 &Length) {
+  EFI_BOOT_SERVICES *Boot = crt::SystemTable()->BootServices;
+  crt::HeapPtr<UINT8> Path(static_cast<UINT8 *>(crt::malloc(Store.DevicePathLength)));
+  if (!Path || Store.DevicePathLength < 4) return false;
+  crt::memcpy(Path.Get(), Store.DevicePath, Store.DevicePathLength);
+  auto *Remaining = reinterpret_cast<EFI_DEVICE_PATH *>(Path.Get());
+  EFI_HANDLE Owner = nullptr;
+  if (Boot->LocateDevicePath(&DevicePathGuid, &Remaining, &Owner) != EFI_SUCCESS) return false;
+  // The owner's own path must be the whole of the store's.
+  if (reinterpret_cast<UINT8 *>(Remaining) != Path.Get() + Store.DevicePathLength - 4) return false;
+  VOID *Interface = nullptr;
+  if (Boot->HandleProtocol(Owner, &ConfigAccessGuid, &Interface) != EFI_SUCCESS || Interface == nullptr) return false;
+  auto *Access = static_cast<EFI_HII_CONFIG_ACCESS_PROTOCOL *>(Interface);
+  EFI_STRING Progress = nullptr;
+  PoolText Answer;
+  if (Access->ExtractConfig(Access, nullptr, &Progress, &Answer.Text) != EFI_SUCCESS) return false;
+  if (!NameForGuid(Answer.Text, Store.Guid, Out, Capacity, Length)) return false;
+  return Length != Store.NameLength || crt::memcmp(Out, Store.Name, Length * sizeof(CHAR16)) != 0;
+}
+
+EFI_STATUS ReadStoreAt(StoreAddress &Store, CHAR16 *NameSpace, UINT32 NameCapacity, UINT8 *Out, UINT32 Size) {
+  EFI_STATUS Status = ExtractOnce(Store, Out, Size);
+  UINT32 Length = 0;
+  if (Status != EFI_NOT_FOUND || !OwnersName(Store, NameSpace, NameCapacity, Length)) return Status;
+  Store.Name = NameSpace;
+  Store.NameLength = Length;
+  return ExtractOnce(Store, Out, Size);
+}
+
+EFI_STATUS ReadBridgedStore(BridgedStore &Store, UINT8 *Out) {
+  EFI_STATUS Status = ExtractOnce(Store.Address(), Out, Store.Size);
+  if (Status != EFI_NOT_FOUND) return Status;
+  CHAR16 Name[MAX_OWNER_NAME];
+  UINT32 Length = 0;
+  if (!OwnersName(Store.Address(), Name, MAX_OWNER_NAME, Length)) return Status;
+  auto *Kept = static_cast<CHAR16 *>(crt::malloc((Length + 1) * sizeof(CHAR16)));
+  if (Kept == nullptr) return EFI_OUT_OF_RESOURCES;
+  crt::memcpy(Kept, Name, Length * sizeof(CHAR16));
+  Kept[Length] = 0;
+  crt::free(Store.StoreName);
+  Store.StoreName = Kept;
+  Store.StoreNameLength = Length;
+  return ExtractOnce(Store.Address(), Out, Store.Size);
+}
+
+EFI_STATUS WriteBridgedStore(BridgedStore &Store, const UINT8 *Data) {
   crt::HeapPtr<UINT8> Now(static_cast<UINT8 *>(crt::malloc(Store.Size > 0 ? Store.Size : 1)));
   if (!Now) return EFI_OUT_OF_RESOURCES;
   EFI_STATUS Status = ReadBridgedStore(Store, Now.Get());

@@ -54,7 +54,7 @@ class BridgedStoreList {
                     UINT32 DevicePathLength, UINT32 Size);
   // The store whose variable is called Name (NUL-terminated, at most
   // MAX_BRIDGED_NAME units read), or nullptr.
-  const BridgedStore *Find(const CHAR16 *Name) const;
+  BridgedStore *Find(const CHAR16 *Name) const;
   UINT32 Count() const { return Used; }
   void Clear();
   // Takes Other's stores, dropping its own.
@@ -87,15 +87,35 @@ class ScopedStoreList {
 };
 
 // Reads the store's Size bytes into Out through ExtractConfig. Bytes that
-// no question covers (routing answers per question) read as 0. EFI_SUCCESS,
-// EFI_NOT_READY (no Config Routing), EFI_OUT_OF_RESOURCES, EFI_DEVICE_ERROR
-// (an answer that is not text for the store), or routing's status.
-[[nodiscard]] EFI_STATUS ReadBridgedStore(const BridgedStore &Store, UINT8 *Out);
+// no question covers (routing answers per question) read as 0. When routing
+// finds no owner for the forms' name (EFI_NOT_FOUND), the store takes the
+// name its owner answers to, if OwnersName finds one, and is read again.
+// EFI_SUCCESS, EFI_NOT_READY (no Config Routing), EFI_OUT_OF_RESOURCES,
+// EFI_DEVICE_ERROR (an answer that is not text for the store), or routing's
+// status.
+[[nodiscard]] EFI_STATUS ReadBridgedStore(BridgedStore &Store, UINT8 *Out);
 
 // Writes Data (Size bytes) to the store: reads it first, and routes the
 // runs of bytes that differ in one RouteConfig (nothing when none does).
 // EFI_SUCCESS, the owner's refusal as routing returns it, or a read's
 // status.
-[[nodiscard]] EFI_STATUS WriteBridgedStore(const BridgedStore &Store, const UINT8 *Data);
+[[nodiscard]] EFI_STATUS WriteBridgedStore(BridgedStore &Store, const UINT8 *Data);
+
+// The name a store's owner answers to, when it is not the name its forms
+// declare. Seen on OVMF 2022.11: PlatformDxe's Config Access answers only to
+// NAME=PlatformConfig while its forms declare the store MainFormState (EDK2
+// fixed it in December 2022), so Config Routing finds no owner for the
+// forms' name and not even the firmware's own browser can read the form.
+// The owner (the handle on the store's device path) is asked for all its
+// configuration with no request, as UEFI lets a caller ask; when the
+// headers of its answer that carry the store's GUID all name one store,
+// that name (at most Capacity units) goes to Out. False otherwise.
+bool OwnersName(const StoreAddress &Store, CHAR16 *Out, UINT32 Capacity, UINT32 &Length);
+
+// Reads a store for a caller that keeps no BridgedStore (conditions decided
+// at export): as ReadBridgedStore, with the owner's name tried in a buffer
+// of the caller's.
+[[nodiscard]] EFI_STATUS ReadStoreAt(StoreAddress &Store, CHAR16 *NameSpace, UINT32 NameCapacity, UINT8 *Out,
+                                     UINT32 Size);
 
 }  // namespace hiicompat

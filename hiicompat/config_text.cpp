@@ -8,6 +8,7 @@ namespace {
 
 constexpr char HEX_DIGITS[] = "0123456789abcdef";
 constexpr UINTN FIRST_CAPACITY = 128;
+constexpr UINT32 MAX_BRIDGED_NAME_UNITS = 256;
 
 int HexValue(CHAR16 Unit) {
   if (Unit >= '0' && Unit <= '9') return Unit - '0';
@@ -103,6 +104,22 @@ bool Terminated(const CHAR16 *Text) {
   return false;
 }
 
+// Decodes a NAME field's hex into units.
+bool DecodeName(const Field &F, CHAR16 *Out, UINT32 Capacity, UINT32 &Length) {
+  if (F.ValueLength % 4 != 0 || F.ValueLength / 4 > Capacity) return false;
+  Length = static_cast<UINT32>(F.ValueLength / 4);
+  for (UINT32 Unit = 0; Unit < Length; ++Unit) {
+    UINT32 Value = 0;
+    for (UINTN Digit = 0; Digit < 4; ++Digit) {
+      const int D = HexValue(F.Value[4 * Unit + Digit]);
+      if (D < 0) return false;
+      Value = (Value << 4) | static_cast<UINT32>(D);
+    }
+    Out[Unit] = static_cast<CHAR16>(Value);
+  }
+  return true;
+}
+
 }  // namespace
 
 ConfigText::~ConfigText() { crt::free(Units); }
@@ -163,6 +180,30 @@ void AppendValueElement(ConfigText &Out, UINT32 Offset, UINT32 Width, const UINT
   Out.AppendHexNumber(Width);
   Out.Append("&VALUE=");
   for (UINT32 Index = Width; Index > 0; --Index) Out.AppendHexByte(Bytes[Offset + Index - 1]);
+}
+
+bool NameForGuid(const CHAR16 *Answer, const EFI_GUID &Guid, CHAR16 *Out, UINT32 Capacity, UINT32 &Length) {
+  if (Answer == nullptr || !Terminated(Answer)) return false;
+  const CHAR16 *Cursor = Answer;
+  Field F{};
+  bool Found = false;
+  bool Wanted = false;  // the last GUID field was Guid
+  CHAR16 Name[MAX_BRIDGED_NAME_UNITS];
+  while (NextField(Cursor, F)) {
+    if (KeyIs(F, "GUID")) {
+      Wanted = SpellsBytes(F, reinterpret_cast<const UINT8 *>(&Guid), sizeof(EFI_GUID));
+      continue;
+    }
+    if (!Wanted || !KeyIs(F, "NAME")) continue;
+    Wanted = false;
+    UINT32 Units = 0;
+    if (!DecodeName(F, Name, MAX_BRIDGED_NAME_UNITS, Units) || Units > Capacity) return false;
+    if (Found && (Units != Length || crt::memcmp(Name, Out, Units * sizeof(CHAR16)) != 0)) return false;
+    crt::memcpy(Out, Name, Units * sizeof(CHAR16));
+    Length = Units;
+    Found = true;
+  }
+  return Found;
 }
 
 EFI_STATUS ReadConfigAnswer(const CHAR16 *Answer, const StoreAddress &Store, UINT8 *Block, UINT32 Size) {

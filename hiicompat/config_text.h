@@ -62,4 +62,10 @@ constexpr UINTN MAX_ANSWER_UNITS = 4 * 1024 * 1024;
 // Size).
 [[nodiscard]] EFI_STATUS ReadConfigAnswer(const CHAR16 *Answer, const StoreAddress &Store, UINT8 *Block, UINT32 Size);
 
+// The NAME (decoded, at most Capacity units) of the <ConfigHdr>s in Answer
+// that carry Guid: true when they all name one store, false when none does,
+// they name several, or a name is not hex or too long. Sections of default
+// values repeat a header and count once.
+bool NameForGuid(const CHAR16 *Answer, const EFI_GUID &Guid, CHAR16 *Out, UINT32 Capacity, UINT32 &Length);
+
 }  // namespace hiicompat

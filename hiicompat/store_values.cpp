@@ -1,7 +1,7 @@
 #include "hiicompat/store_values.h"
 
 #include "hiicompat/compat_state.h"
-#include "hiicompat/config_text.h"
+#include "hiicompat/bridged_stores.h"
 #include "runtime/crt.h"
 
 namespace hiicompat {
@@ -29,27 +29,13 @@ bool ReadEfiStore(const StoreInfo &Store, ByteView Ifr, UINT8 *Out, UINT32 &Size
   return true;
 }
 
-struct Answer {
-  EFI_STRING Text = nullptr;
-  ~Answer() {
-    if (Text != nullptr) (void)crt::SystemTable()->BootServices->FreePool(Text);
-  }
-};
-
 bool ReadBufferStore(const StoreInfo &Store, ByteView Ifr, ByteView Path, UINT8 *Out, UINT32 &Size) {
-  EFI_HII_CONFIG_ROUTING_PROTOCOL *Router = gCompat.Routing;
-  if (Router == nullptr || Path.Size == 0 || Store.Size > MAX_STORE_BYTES || Store.NameLength > MAX_NAME) return false;
+  if (Path.Size == 0 || Store.Size > MAX_STORE_BYTES || Store.NameLength > MAX_NAME) return false;
   CHAR16 Name[MAX_NAME];
   for (UINT32 Index = 0; Index < Store.NameLength; ++Index) Name[Index] = Ifr.U8(Store.NameOffset + Index);
-  const StoreAddress Address{Store.Guid, Name, Store.NameLength, Path.Data, static_cast<UINT32>(Path.Size)};
-  ConfigText Request;
-  AppendConfigHeader(Request, Address);
-  if (Request.Text() == nullptr) return false;
-  EFI_STRING Progress = nullptr;
-  Answer Reply;
-  if (Router->ExtractConfig(Router, Request.Mutable(), &Progress, &Reply.Text) != EFI_SUCCESS) return false;
-  crt::memset(Out, 0, Store.Size);
-  if (ReadConfigAnswer(Reply.Text, Address, Out, Store.Size) != EFI_SUCCESS) return false;
+  StoreAddress Address{Store.Guid, Name, Store.NameLength, Path.Data, static_cast<UINT32>(Path.Size)};
+  CHAR16 OwnersName[MAX_NAME];
+  if (ReadStoreAt(Address, OwnersName, MAX_NAME, Out, Store.Size) != EFI_SUCCESS) return false;
   Size = Store.Size;
   return true;
 }

@@ -43,7 +43,7 @@ EFI_STATUS EFIAPI WrappedGetVariable(CHAR16 *Name, EFI_GUID *Guid, UINT32 *Attri
   if (!ForBridge(Guid)) return gCompat.OriginalGetVariable(Name, Guid, Attributes, DataSize, Data);
   if (Name == nullptr || DataSize == nullptr) return EFI_INVALID_PARAMETER;
   if (Data == nullptr && *DataSize != 0) return EFI_INVALID_PARAMETER;
-  const BridgedStore *Store = gCompat.Bridged.Find(Name);
+  BridgedStore *Store = gCompat.Bridged.Find(Name);
   if (Store == nullptr) return EFI_NOT_FOUND;
   if (Attributes != nullptr) *Attributes = BRIDGED_ATTRIBUTES;
   if (*DataSize < Store->Size) {
@@ -63,7 +63,7 @@ EFI_STATUS EFIAPI WrappedGetVariable(CHAR16 *Name, EFI_GUID *Guid, UINT32 *Attri
 EFI_STATUS EFIAPI WrappedSetVariable(CHAR16 *Name, EFI_GUID *Guid, UINT32 Attributes, UINTN DataSize, VOID *Data) {
   if (!ForBridge(Guid)) return gCompat.OriginalSetVariable(Name, Guid, Attributes, DataSize, Data);
   if (Name == nullptr || (DataSize != 0 && Data == nullptr)) return EFI_INVALID_PARAMETER;
-  const BridgedStore *Store = gCompat.Bridged.Find(Name);
+  BridgedStore *Store = gCompat.Bridged.Find(Name);
   // A store is its owner's: it can be neither created nor deleted here.
   if (Store == nullptr || Attributes == 0 || DataSize == 0) return EFI_WRITE_PROTECTED;
   if (Attributes != BRIDGED_ATTRIBUTES || DataSize != Store->Size) return EFI_INVALID_PARAMETER;

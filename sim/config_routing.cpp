@@ -7,7 +7,11 @@
 // A header that names no elements is completed from the forms (an
 // OFFSET/WIDTH element per question of the store) before it goes to the
 // owner, and every answer is followed by an ALTCFG=0000 section holding the
-// forms' defaults, so readers must stop at the next "&GUID=". EFI variable
+// forms' defaults, so readers must stop at the next "&GUID=". When no
+// package list declares the store, routing finds the owner by PATH alone,
+// as LocateDevicePath finds a handle, and hands it the text as it came
+// (no completion, no defaults): a driver may answer to another name than
+// its forms declare. EFI variable
 // stores are not routed here (nothing in the simulator needs them), and
 // ExportConfig, BlockToConfig, ConfigToBlock and GetAltConfig return
 // EFI_UNSUPPORTED.
@@ -20,7 +24,7 @@ namespace {
 
 struct Route {
   StoreOwnerRecord *Owner = nullptr;
-  ScannedStore Store;
+  std::optional<ScannedStore> Store;  // none when found by PATH alone
 };
 
 std::optional<Route> FindRoute(UefiHiiState &Hii, const ConfigBlock &Block) {
@@ -34,6 +38,9 @@ std::optional<Route> FindRoute(UefiHiiState &Hii, const ConfigBlock &Block) {
       return Route{Owner, Store};
     }
   }
+  // By the device path alone: the owner whose handle carries that path.
+  for (auto &Owner : Hii.Owners)
+    if (Owner->DevicePath == Block.Path) return Route{Owner.get(), std::nullopt};
   return std::nullopt;
 }
 
@@ -97,13 +104,13 @@ EFI_STATUS EFIAPI ExtractConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL *This, con
     const auto Found = FindRoute(Hii, Block);
     if (!Found) return EFI_NOT_FOUND;
     std::u16string Asked = BlockText(Text, Blocks, Index);
-    if (Block.Elements.empty()) {
+    if (Block.Elements.empty() && Found->Store) {
       Asked = Block.Header;
-      for (const ScannedField &Field : Found->Store.Fields)
+      for (const ScannedField &Field : Found->Store->Fields)
         Asked += RequestElement(Field.Offset, Field.Width);
     }
     std::u16string Part = Asked;
-    if (Asked != Block.Header) {
+    if (Asked != Block.Header || !Found->Store) {
       std::vector<CHAR16> Units(Asked.begin(), Asked.end());
       Units.push_back(0);
       EFI_STRING AccessProgress = nullptr;
@@ -116,7 +123,8 @@ EFI_STATUS EFIAPI ExtractConfig(const EFI_HII_CONFIG_ROUTING_PROTOCOL *This, con
       Part = *Got;
     }
     if (!Answer.empty()) Answer += u"&";
-    Answer += Part + u"&" + Defaults(Block, Found->Store);
+    Answer += Part;
+    if (Found->Store) Answer += u"&" + Defaults(Block, *Found->Store);
   }
   Status = PoolText(S, Answer, Results);
   if (Status != EFI_SUCCESS) return Status;

@@ -162,5 +162,29 @@ TEST_F(BridgeTest, StoresOfTheSameNameGetDistinctVariables) {
   EXPECT_EQ(Owned(Owner, kStoreGuid)[0], 1);
 }
 
+// An owner that answers to another name than its forms declare (OVMF
+// 2022.11's platform form): routing finds no owner for the forms' name, so
+// hiicompat asks the owner for its own and goes on with that.
+TEST_F(BridgeTest, AnOwnerThatAnswersToAnotherNameIsReachedByIt) {
+  Owner = Fw().AddStoreOwner(Path, {sim::BufferStore{kStoreGuid, u"PlatformConfig", {1, 2, 3, 4, 5, 6, 7, 8}}});
+  FormSetWriter W;
+  W.Ifr.FormSet(kFormSetGuid, W.S(u"Set"), 0);
+  W.Ifr.VarStore(kStoreGuid, 1, 8, "MainFormState");
+  W.Ifr.Form(1, W.S(u"Main"));
+  W.Ifr.Numeric({W.S(u"Count"), 0, 2, 1, 4, 0}, 2, 0, 0xFFFF, 1);
+  W.Ifr.End();
+  W.Ifr.End();
+  ASSERT_EQ(Fw().AddPackageList(W.List(), Owner), EFI_SUCCESS);
+  ASSERT_EQ(Load(), EFI_SUCCESS);
+  ASSERT_FALSE(FrameworkExport().empty());
+  std::vector<uint8_t> Data(8, 0);
+  UINTN Size = Data.size();
+  ASSERT_EQ(GetVar(u"MainFormState", Size, Data.data()), EFI_SUCCESS) << "the variable keeps the forms' name";
+  EXPECT_EQ(Data, (std::vector<uint8_t>{1, 2, 3, 4, 5, 6, 7, 8})) << "the owner answered for the whole store";
+  Data[4] = 0x42;
+  ASSERT_EQ(SetVar(u"MainFormState", hiicompat::BRIDGED_ATTRIBUTES, Data), EFI_SUCCESS);
+  EXPECT_EQ(Fw().OwnedStore(Owner, kStoreGuid, u"PlatformConfig")->Bytes[4], 0x42);
+}
+
 }  // namespace
 }  // namespace compat_test
