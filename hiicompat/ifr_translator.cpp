@@ -48,9 +48,11 @@ class Translator {
   void Run();
 
  private:
+  // Scopes nested deeper than any real form set end the form set's walk
+  // there: what was read so far is kept, closed as the scopes require.
   void Push(const Scope &S) {
     if (Depth == MAX_SCOPES) {
-      Table.Fail();
+      TooDeep = true;
       return;
     }
     Scopes[Depth++] = S;
@@ -86,6 +88,7 @@ class Translator {
   ExpressionArena Arena;
   Scope Scopes[MAX_SCOPES];
   UINT32 Depth = 0;
+  bool TooDeep = false;
 };
 
 bool Translator::Disabled() const {
@@ -388,7 +391,7 @@ void Translator::Run() {
   const UINT16 Help = Table.Token(Ifr.U16(Op.Offset + offsetof(EFI_IFR_FORM_SET, Help)));
   Table.Check(Table.Ifr().FormSet(Guid, Title, Help, 0, 0, 0));
   Push(Scope{ScopeKind::FormSet, NO_NODE, 0, false, false, false});
-  while (Depth > 0 && !Table.HasFailed() && Walk.Next(Op)) {
+  while (Depth > 0 && !TooDeep && !Table.HasFailed() && Walk.Next(Op)) {
     switch (Op.Code) {
       case EFI_IFR_END_OP: Close(); continue;
       case EFI_IFR_FORM_OP:

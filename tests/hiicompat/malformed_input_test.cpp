@@ -5,6 +5,8 @@
 #include "tests/hiicompat/modern_platform.h"
 #include "tools/uefihii/example_lists.h"
 
+#include <algorithm>
+
 namespace compat_test {
 namespace {
 
@@ -75,6 +77,29 @@ TEST_F(MalformedInputTest, TheExamplesThemselvesTranslate) {
     Fw().ServeRawPackageLists(Whole);
     EXPECT_GT(FrameworkExport().size(), 18u + 46u) << Name << ": at least one table";
   }
+}
+
+TEST_F(MalformedInputTest, ScopesNestedPastTheLimitEndTheirFormSetThere) {
+  FormSetWriter W;
+  W.Ifr.FormSet(kFormSetGuid, W.S(u"Deep"), 0);
+  W.Ifr.VarStoreEfi(1, kFormSetGuid, kEfiStoreAttributes, 4, "Deep");
+  W.Ifr.Form(1, W.S(u"Main"));
+  W.Ifr.CheckBox({W.S(u"Shallow"), 0, 1, 1, 0, 0});
+  for (int Level = 0; Level < 100; ++Level) {
+    W.Ifr.SuppressIf();
+    W.Ifr.Bare(EFI_IFR_FALSE_OP);
+  }
+  W.Ifr.CheckBox({W.S(u"Buried"), 0, 2, 1, 1, 0});
+  for (int Level = 0; Level < 100; ++Level) W.Ifr.End();
+  W.Ifr.End();
+  W.Ifr.End();
+  Fw().ServeRawPackageLists(W.List());
+  ASSERT_TRUE(Translates(W.List(), "deep"));
+  const Bytes Export = FrameworkExport();
+  const std::u16string Shallow = u"Shallow";
+  const auto *Text = reinterpret_cast<const uint8_t *>(Shallow.data());
+  EXPECT_NE(std::search(Export.begin(), Export.end(), Text, Text + 2 * Shallow.size()), Export.end())
+      << "the question before the deep scopes is carried over";
 }
 
 }  // namespace
