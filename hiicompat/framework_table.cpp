@@ -153,7 +153,7 @@ EFI_STATUS FrameworkTable::Write(hiibuild::ByteBuffer &Out, UINT16 Handle, const
   Strings.Get()[0] = hiibuild::WideText{EMPTY_TEXT, 0};
   for (UINT32 Token = 1; Token < Count; ++Token) Strings.Get()[Token] = hiibuild::WideText{Texts[Token], Lengths[Token]};
   hiibuild::ByteBuffer StringPack(Memory);
-  const hiibuild::StringPackSpec Spec{hiibuild::WideText{ENGLISH, 3}, hiibuild::WideText{ENGLISH_NAME, 7},
+  const hiibuild::StringPackParts Spec{hiibuild::WideText{ENGLISH, 3}, hiibuild::WideText{ENGLISH_NAME, 7},
                                       Strings.Get(), Count};
   hiibuild::BuildStatus Status = hiibuild::WriteStringPack(StringPack, Spec);
   if (Status != hiibuild::BuildStatus::Success) return StatusOf(Status);
