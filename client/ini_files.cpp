@@ -46,7 +46,9 @@ bool ReadIniFile(const char *Name, crt::HeapPtr<char> &Text, UINTN &Length) {
   return Length == Size;
 }
 
-bool FreeBackupName(const char *File, char (&Name)[INI_FILE_PATH_BUFFER_SIZE]) {
+bool FreeBackupNames(const char *File, char (&Ini)[INI_FILE_PATH_BUFFER_SIZE],
+                     char (&Snapshot)[INI_FILE_PATH_BUFFER_SIZE]) {
+  static constexpr char SNAPSHOT_EXTENSION[] = ".vars";
   const UINTN Length = crt::strnlen(File, INI_FILE_PATH_MAX + 1);
   // The extension starts at the last '.' after the last separator.
   UINTN Stem = Length;
@@ -61,11 +63,18 @@ bool FreeBackupName(const char *File, char (&Name)[INI_FILE_PATH_BUFFER_SIZE]) {
   for (UINTN Number = 1; Number <= MAX_BACKUPS; ++Number) {
     char Suffix[24];
     const int SuffixLength = crt::snprintf(Suffix, sizeof(Suffix), "-backup-%u", static_cast<unsigned>(Number));
-    if (SuffixLength < 0 || Length + static_cast<UINTN>(SuffixLength) >= INI_FILE_PATH_BUFFER_SIZE) return false;
-    crt::memcpy(Name, File, Stem);
-    crt::memcpy(Name + Stem, Suffix, static_cast<UINTN>(SuffixLength));
-    crt::memcpy(Name + Stem + SuffixLength, File + Stem, Length - Stem + 1);
-    if (!IniFileExists(Name)) return true;
+    if (SuffixLength < 0) return false;
+    const UINTN Named = Stem + static_cast<UINTN>(SuffixLength);
+    if (Named + (Length - Stem) >= INI_FILE_PATH_BUFFER_SIZE ||
+        Named + sizeof(SNAPSHOT_EXTENSION) > INI_FILE_PATH_BUFFER_SIZE) {
+      return false;
+    }
+    crt::memcpy(Ini, File, Stem);
+    crt::memcpy(Ini + Stem, Suffix, static_cast<UINTN>(SuffixLength));
+    crt::memcpy(Snapshot, Ini, Named);
+    crt::memcpy(Ini + Named, File + Stem, Length - Stem + 1);
+    crt::memcpy(Snapshot + Named, SNAPSHOT_EXTENSION, sizeof(SNAPSHOT_EXTENSION));
+    if (!IniFileExists(Ini) && !IniFileExists(Snapshot)) return true;
   }
   return false;
 }

@@ -16,7 +16,9 @@
 constexpr UINTN MAX_TOOL_INI_BYTES = 16 * 1024 * 1024;
 [[nodiscard]] bool ReadIniFile(const char *Name, crt::HeapPtr<char> &Text, UINTN &Length);
 
-// A backup name for File that names no existing file: File's name with
-// "-backup-N" before its extension, N from 1 up. False when none is free
-// or the name would be too long.
-[[nodiscard]] bool FreeBackupName(const char *File, char (&Name)[inicontract::INI_FILE_PATH_BUFFER_SIZE]);
+// Backup names for File that name no existing file: File's name with
+// "-backup-N" before its extension (Ini) and the same with the extension
+// ".vars" (Snapshot), N from 1 up, the first N for which neither exists.
+// False when none is free or a name would be too long.
+[[nodiscard]] bool FreeBackupNames(const char *File, char (&Ini)[inicontract::INI_FILE_PATH_BUFFER_SIZE],
+                                   char (&Snapshot)[inicontract::INI_FILE_PATH_BUFFER_SIZE]);

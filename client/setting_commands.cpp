@@ -1,8 +1,11 @@
 // get, get-form, set and set-form: the protocol's four operations on
 // questions, one call each, with the records printed as the driver left
-// them.
+// them. set and set-form go through the driver's second protocol, which
+// reports each change (and, with --dry-run, writes nothing).
+#include "client/backup.h"
 #include "client/record_report.h"
 #include "client/setting_lists.h"
+#include "client/step_log.h"
 #include "client/tool_commands.h"
 
 namespace {
@@ -72,6 +75,19 @@ EFI_STATUS ResolveOptionTexts(ToolContext &C, ValueRecords &Values, bool FormPat
   return EFI_SUCCESS;
 }
 
+// A number that does not fit 32 bits is refused here, before the driver
+// sees any of the list: it would otherwise reach it wrapped.
+EFI_STATUS RefuseTooWide(ToolContext &C, const ValueRecords &Values) {
+  for (UINTN Index = 0; Index < Values.Count(); ++Index) {
+    if (!Values.Operand(Index).TooWide) continue;
+    PrintResult(C.Out, BCFG_E_OUT_OF_RANGE);
+    C.Out.Text("error: ").QuotedZ(Values.Operand(Index).ValueText).Text(" does not fit 32 bits: out of range for ");
+    C.Out.QuotedZ(Values.Names()[Index]).Text("; nothing was written").EndLine();
+    return BCFG_E_OUT_OF_RANGE;
+  }
+  return EFI_SUCCESS;
+}
+
 EFI_STATUS RunSetOperation(ToolContext &C, bool FormPath) {
   ValueRecords Values;
   switch (Values.Build(C.Args.Operands, C.Args.OperandCount, FormPath)) {
@@ -79,13 +95,23 @@ EFI_STATUS RunSetOperation(ToolContext &C, bool FormPath) {
     case ValueRecords::BuildResult::NoEquals: return Refuse(C, "expected PROMPT=VALUE, not ", Values.Offending(), "");
     case ValueRecords::BuildResult::OutOfMemory: return Refuse(C, "out of memory", nullptr, "");
   }
-  EFI_STATUS Status = ResolveOptionTexts(C, Values, FormPath);
+  EFI_STATUS Status = RefuseTooWide(C, Values);
   if (Status != EFI_SUCCESS) return Status;
-  BIOS_CONFIG_PROTOCOL *P = C.Protocol;
-  Status = FormPath ? P->SetFormSettings(P, Values.Head()) : P->SetSettings(P, Values.Head());
+  Status = ResolveOptionTexts(C, Values, FormPath);
+  if (Status != EFI_SUCCESS) return Status;
+  if (!C.Args.DryRun && C.Args.Backup) {
+    Status = SaveBackup(C, "settings.ini");
+    if (Status != EFI_SUCCESS) return Status;
+  }
+  StepLog Steps;
+  const BIOS_CONFIG_RUN Run = Steps.Run(C.Args.DryRun);
+  BIOS_CONFIG_EXTENSIONS_PROTOCOL *X = C.Extensions;
+  Status = FormPath ? X->RunSetFormSettings(X, Values.Head(), &Run) : X->RunSetSettings(X, Values.Head(), &Run);
   PrintResult(C.Out, Status);
-  PrintLastErrorText(C.Out, P);
+  PrintLastErrorText(C.Out, C.Protocol);
   for (UINTN Index = 0; Index < Values.Count(); ++Index) PrintValueRecord(C.Out, Values.At(Index));
+  Steps.Print(C.Out);
+  if (C.Args.DryRun) PrintDryRunNote(C.Out);
   return Status;
 }
 

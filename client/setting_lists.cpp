@@ -29,22 +29,24 @@ int DigitValue(CHAR16 Unit, UINT32 Base) {
 
 }  // namespace
 
-bool ParseNumber(const CHAR16 *Text, UINT32 *Value) {
+NumberText ParseNumber(const CHAR16 *Text, UINT32 *Value) {
   UINT32 Base = 10;
   if (Text[0] == '0' && (Text[1] == 'x' || Text[1] == 'X')) {
     Base = 16;
     Text += 2;
   }
-  if (Text[0] == 0) return false;
+  if (Text[0] == 0) return NumberText::NotANumber;
   UINT64 Number = 0;
+  bool TooWide = false;
   for (; *Text != 0; ++Text) {
     const int Digit = DigitValue(*Text, Base);
-    if (Digit < 0) return false;
-    Number = Number * Base + static_cast<UINT64>(Digit);
-    if (Number > 0xFFFFFFFFull) return false;
+    if (Digit < 0) return NumberText::NotANumber;
+    if (!TooWide) Number = Number * Base + static_cast<UINT64>(Digit);
+    TooWide = TooWide || Number > 0xFFFFFFFFull;
   }
+  if (TooWide) return NumberText::TooWide;
   *Value = static_cast<UINT32>(Number);
-  return true;
+  return NumberText::Number;
 }
 
 bool RequestRecords::Build(CHAR16 *const *Names, UINTN Count) {
@@ -88,7 +90,9 @@ ValueRecords::BuildResult ValueRecords::Build(CHAR16 *const *Texts, UINTN Count,
     R.Next = Index + 1 < Count ? &Records.Get()[Index + 1] : nullptr;
     ValueOperand &Operand = Operands.Get()[Index];
     Operand.ValueText = Title ? nullptr : Text + Split + 1;
-    Operand.Numeric = Title || ParseNumber(Operand.ValueText, &R.Value);
+    const NumberText Parsed = Title ? NumberText::Number : ParseNumber(Operand.ValueText, &R.Value);
+    Operand.Numeric = Parsed == NumberText::Number;
+    Operand.TooWide = Parsed == NumberText::TooWide;
     Copy += Split + 1;
   }
   Total = Count;

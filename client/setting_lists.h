@@ -29,6 +29,7 @@ class RequestRecords {
 struct ValueOperand {
   const CHAR16 *ValueText;  // nullptr for a form title
   bool Numeric;
+  bool TooWide;  // digits of a number that does not fit 32 bits
 };
 
 class ValueRecords {
@@ -57,5 +58,7 @@ class ValueRecords {
   const CHAR16 *BadOperand = nullptr;
 };
 
-// Decimal or 0x-hexadecimal, the whole text, at most 32 bits.
-[[nodiscard]] bool ParseNumber(const CHAR16 *Text, UINT32 *Value);
+enum class NumberText { Number, TooWide, NotANumber };
+// Decimal or 0x-hexadecimal, the whole text: a Number of at most 32 bits,
+// TooWide when its digits make more (never wrapped), else NotANumber.
+[[nodiscard]] NumberText ParseNumber(const CHAR16 *Text, UINT32 *Value);

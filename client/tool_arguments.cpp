@@ -76,8 +76,12 @@ bool TakeFlag(const CHAR16 *Flag, ToolArguments &Parsed) {
     Parsed.AllQuestions = true;
   } else if (ArgumentIs(Flag, "--no-backup")) {
     Parsed.NoBackup = true;
+  } else if (ArgumentIs(Flag, "--backup")) {
+    Parsed.Backup = true;
   } else if (ArgumentIs(Flag, "--dry-run")) {
     Parsed.DryRun = true;
+  } else if (ArgumentIs(Flag, "--per-question-writes")) {
+    Parsed.PerQuestionWrites = true;
   } else if (ArgumentIs(Flag, "-h") || ArgumentIs(Flag, "--help")) {
     Parsed.Help = true;
   } else {

@@ -11,7 +11,9 @@
 struct ToolArguments {
   bool AllQuestions = false;  // --all
   bool NoBackup = false;      // --no-backup (load)
-  bool DryRun = false;        // --dry-run (load)
+  bool Backup = false;        // --backup (set, set-form)
+  bool DryRun = false;        // --dry-run (load, set, set-form)
+  bool PerQuestionWrites = false;  // --per-question-writes
   bool Help = false;          // -h / --help
   const CHAR16 *Unknown = nullptr;  // the first flag the tool does not know
   const CHAR16 *Command = nullptr;

@@ -8,6 +8,7 @@
 
 struct ToolContext {
   BIOS_CONFIG_PROTOCOL *Protocol;
+  BIOS_CONFIG_EXTENSIONS_PROTOCOL *Extensions;  // on the driver's handle
   ConsoleWriter &Out;
   const ToolArguments &Args;
 };

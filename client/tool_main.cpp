@@ -8,6 +8,7 @@
 namespace {
 
 EFI_GUID BiosConfigGuid = BIOS_CONFIG_PROTOCOL_GUID;
+EFI_GUID ExtensionsGuid = BIOS_CONFIG_EXTENSIONS_PROTOCOL_GUID;
 
 void ExplainMissingDriver(ConsoleWriter &Out) {
   Out.Text("bioscfg-tool: the bioscfg driver is not loaded. From the Shell, name the folder").EndLine();
@@ -36,12 +37,16 @@ EFI_STATUS RunCommand(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *System, ConsoleW
   }
 
   void *Interface = nullptr;
+  void *ExtensionsInterface = nullptr;
   if (System->BootServices->LocateProtocol(&BiosConfigGuid, nullptr, &Interface) != EFI_SUCCESS ||
-      Interface == nullptr) {
+      Interface == nullptr ||
+      System->BootServices->LocateProtocol(&ExtensionsGuid, nullptr, &ExtensionsInterface) != EFI_SUCCESS ||
+      ExtensionsInterface == nullptr) {
     ExplainMissingDriver(Out);
     return EFI_NOT_FOUND;
   }
   auto *Protocol = static_cast<BIOS_CONFIG_PROTOCOL *>(Interface);
+  auto *Extensions = static_cast<BIOS_CONFIG_EXTENSIONS_PROTOCOL *>(ExtensionsInterface);
   EFI_STATUS Status = Protocol->OpenSession(Protocol);
   if (Status != EFI_SUCCESS) {
     PrintResult(Out, Status);
@@ -49,7 +54,9 @@ EFI_STATUS RunCommand(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *System, ConsoleW
     return Status;
   }
   if (Args.AllQuestions) (void)Protocol->SetAllQuestionsMode(Protocol, 1);
-  ToolContext Context{Protocol, Out, Args};
+  // Each changed variable written once per pass, unless asked otherwise.
+  if (!Args.PerQuestionWrites) (void)Extensions->SetWriteMode(Extensions, BIOS_CONFIG_WRITES_COMBINED);
+  ToolContext Context{Protocol, Extensions, Out, Args};
   Status = Command->Run(Context);
   (void)Protocol->CloseSession(Protocol);
   return Status;

@@ -1,6 +1,7 @@
 #include "driver/driver_entry.h"
 
 #include "driver/bios_config_protocol.h"
+#include "driver/extensions_protocol.h"
 #include "driver/image_state.h"
 #include "runtime/crt.h"
 #include "runtime/root_device.h"
@@ -63,8 +64,15 @@ EFI_STATUS DriverEntry(EFI_HANDLE ImageHandle, EFI_SYSTEM_TABLE *SystemTable) {
   (void)crt::Startup(ImageHandle, &gImage.SystemTableCopy);
 
   gImage.ImageHandle = ImageHandle;
-  const EFI_STATUS Status = Boot->InstallProtocolInterface(&ImageHandle, &gBiosConfigProtocolGuid,
-                                                           EFI_NATIVE_INTERFACE, &BiosConfigProtocolInterface);
+  EFI_STATUS Status = Boot->InstallProtocolInterface(&ImageHandle, &gBiosConfigProtocolGuid,
+                                                     EFI_NATIVE_INTERFACE, &BiosConfigProtocolInterface);
+  if (Status == EFI_SUCCESS) {
+    Status = Boot->InstallProtocolInterface(&ImageHandle, &gBiosConfigExtensionsProtocolGuid, EFI_NATIVE_INTERFACE,
+                                            &BiosConfigExtensionsInterface);
+    if (Status != EFI_SUCCESS) {
+      (void)Boot->UninstallProtocolInterface(ImageHandle, &gBiosConfigProtocolGuid, &BiosConfigProtocolInterface);
+    }
+  }
   // Firmware discards an image whose installation failed, but not what the
   // runtime took from the pool (the environment, above all): give it back.
   // A warning is no plain success either: the interface may not be there.
@@ -76,8 +84,19 @@ EFI_STATUS EFIAPI DriverUnload(EFI_HANDLE ImageHandle) {
   // With no session open this fails harmlessly; with one, it releases the
   // engine and the catalog before the interface goes away.
   (void)BiosConfigProtocolInterface.CloseSession(&BiosConfigProtocolInterface);
-  const EFI_STATUS Status = gImage.SystemTableCopy.BootServices->UninstallProtocolInterface(
-      ImageHandle, &gBiosConfigProtocolGuid, &BiosConfigProtocolInterface);
+  // A failed uninstall leaves the image loaded: both interfaces stay, so
+  // that a later unload can try again. A warning unloads all the same.
+  EFI_BOOT_SERVICES *Boot = gImage.SystemTableCopy.BootServices;
+  const EFI_STATUS Extensions =
+      Boot->UninstallProtocolInterface(ImageHandle, &gBiosConfigExtensionsProtocolGuid, &BiosConfigExtensionsInterface);
+  if (EFI_ERROR(Extensions)) return Extensions;
+  const EFI_STATUS Status =
+      Boot->UninstallProtocolInterface(ImageHandle, &gBiosConfigProtocolGuid, &BiosConfigProtocolInterface);
+  if (EFI_ERROR(Status)) {
+    (void)Boot->InstallProtocolInterface(&ImageHandle, &gBiosConfigExtensionsProtocolGuid, EFI_NATIVE_INTERFACE,
+                                         &BiosConfigExtensionsInterface);
+    return Status;
+  }
   crt::Shutdown();
-  return Status;
+  return Extensions != EFI_SUCCESS ? Extensions : Status;
 }

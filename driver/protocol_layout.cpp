@@ -52,3 +52,26 @@ static_assert(BCFG_E_OUT_OF_RANGE == 0xC0000000000C0004ULL);
 static_assert(BCFG_E_OUT_OF_MEMORY == 0xC0000000000C000AULL);
 static_assert(BCFG_E_INVALID_PARAMETER == 0xC0000000000C000BULL);
 static_assert(BCFG_E_VARIABLE_ACCESS == 0xC0000000000C000DULL);
+
+// The second protocol and its records.
+static_assert(sizeof(BIOS_CONFIG_EXTENSIONS_PROTOCOL) == 48);
+static_assert(offsetof(BIOS_CONFIG_EXTENSIONS_PROTOCOL, SetWriteMode) == 8);
+static_assert(offsetof(BIOS_CONFIG_EXTENSIONS_PROTOCOL, RunSetSettings) == 16);
+static_assert(offsetof(BIOS_CONFIG_EXTENSIONS_PROTOCOL, RunSetFormSettings) == 24);
+static_assert(offsetof(BIOS_CONFIG_EXTENSIONS_PROTOCOL, RunLoadSettingsFromIni) == 32);
+static_assert(offsetof(BIOS_CONFIG_EXTENSIONS_PROTOCOL, EnumerateVariables) == 40);
+
+static_assert(sizeof(BIOS_CONFIG_RUN) == 24);
+static_assert(offsetof(BIOS_CONFIG_RUN, Step) == 8);
+static_assert(offsetof(BIOS_CONFIG_RUN, Context) == 16);
+
+static_assert(sizeof(BIOS_CONFIG_STEP) == 88);
+static_assert(offsetof(BIOS_CONFIG_STEP, Width) == 24);
+static_assert(offsetof(BIOS_CONFIG_STEP, FormId) == 26);
+static_assert(offsetof(BIOS_CONFIG_STEP, Prompt) == 32);
+static_assert(offsetof(BIOS_CONFIG_STEP, FormTitle) == 40);
+static_assert(offsetof(BIOS_CONFIG_STEP, Section) == 48);
+static_assert(offsetof(BIOS_CONFIG_STEP, Key) == 56);
+static_assert(offsetof(BIOS_CONFIG_STEP, ValueText) == 64);
+static_assert(offsetof(BIOS_CONFIG_STEP, OldText) == 72);
+static_assert(offsetof(BIOS_CONFIG_STEP, NewText) == 80);

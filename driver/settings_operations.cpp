@@ -4,7 +4,7 @@
 // subsystem: settings/ for reading and changing questions, ini/ for the INI
 // export and import.
 #include "driver/bios_config_protocol.h"
-#include "driver/reload_retry.h"
+#include "driver/change_runs.h"
 #include "driver/session.h"
 #include "ini/ini_access.h"
 #include "messages/last_error_text.h"
@@ -20,15 +20,6 @@ namespace {
   if (Status != EFI_SUCCESS) return Status;
   *Engine = SessionEngine();
   return (*Engine)->EnsureFormsLoaded();
-}
-
-// Work steps for the reload-and-retry: the form-ordered change step and the
-// INI import.
-EFI_STATUS ApplyFormSettingsPass(SettingsEngine &Engine, void *Values) {
-  return ::SetFormSettings(Engine, static_cast<BIOS_SETTING_VALUE *>(Values));
-}
-EFI_STATUS ImportIniPass(SettingsEngine &Engine, void *IniFileName) {
-  return ReadBiosSection(Engine, static_cast<const char *>(IniFileName));
 }
 
 }  // namespace
@@ -55,17 +46,16 @@ EFI_STATUS EFIAPI GetFormSettings(BIOS_CONFIG_PROTOCOL *, BIOS_SETTING_REQUEST *
 // EFI_SUCCESS; BCFG_E_GENERAL_FAILURE; BCFG_E_VARIABLE_ACCESS (forms or a
 // variable write); BCFG_E_INVALID_PARAMETER (NULL list); BCFG_E_OUT_OF_RANGE.
 EFI_STATUS EFIAPI SetSettings(BIOS_CONFIG_PROTOCOL *, BIOS_SETTING_VALUE *Values) {
-  SettingsEngine *Engine = nullptr;
-  const EFI_STATUS Status = PrepareForms(&Engine);
+  const EFI_STATUS Status = RequireSession();
   if (Status != EFI_SUCCESS) return Status;
-  return ::SetSettings(*Engine, Values);  // never retries
+  return RunChange(*SessionEngine(), SetSettingsRun(Values, nullptr));  // never retries
 }
 
 // As SetSettings, in form order, followed by the reload-and-retry.
 EFI_STATUS EFIAPI SetFormSettings(BIOS_CONFIG_PROTOCOL *, BIOS_SETTING_VALUE *Values) {
   const EFI_STATUS Status = RequireSession();
   if (Status != EFI_SUCCESS) return Status;
-  return RunWithReloadAndRetry(*SessionEngine(), ApplyFormSettingsPass, Values);
+  return RunChange(*SessionEngine(), SetFormSettingsRun(Values, nullptr));
 }
 
 // EFI_SUCCESS; BCFG_E_GENERAL_FAILURE (no session, or a NULL name, refused
@@ -92,7 +82,7 @@ EFI_STATUS EFIAPI LoadSettingsFromIni(BIOS_CONFIG_PROTOCOL *, CHAR8 *IniFileName
     (void)SetLastErrorText(W(u"INI filename NULL before loading HII variables\n"));
     return BCFG_E_GENERAL_FAILURE;
   }
-  return RunWithReloadAndRetry(*SessionEngine(), ImportIniPass, IniFileName);
+  return RunChange(*SessionEngine(), LoadSettingsFromIniRun(reinterpret_cast<const char *>(IniFileName), nullptr));
 }
 
 }  // namespace BiosConfigOperations

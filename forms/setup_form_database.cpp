@@ -30,7 +30,8 @@ SetupFormDatabase::SetupFormDatabase()
       ConditionStack{},
       ConditionTop(-1),
       StringCacheTable(nullptr),
-      StringCachePack(0) {}
+      StringCachePack(0),
+      VariableSource(FirmwareVariables()) {}
 
 SetupFormDatabase::~SetupFormDatabase() { (void)DiscardForms(); }
 

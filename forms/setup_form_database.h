@@ -12,6 +12,7 @@
 #include "forms/setup_question.h"
 #include "forms/shared_option_texts.h"
 #include "forms/variable_cache.h"
+#include "forms/variable_services.h"
 
 struct _EFI_HII_PROTOCOL;
 
@@ -95,4 +96,7 @@ class SetupFormDatabase {
   SharedOptionTexts OptionTexts;
   // Variable reads of the running ParseForms.
   VariableCache Variables;
+  // Where variables are read (and, by the change operations, written): the
+  // firmware, or an overlay of it.
+  const VariableServices *VariableSource;
 };

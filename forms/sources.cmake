@@ -12,4 +12,6 @@ set(FORMS_SOURCES
   forms/variable_cache.cpp
   forms/variable_read.cpp
   forms/variable_store.cpp
+  forms/variable_services.cpp
+  forms/variable_overlay.cpp
 )

@@ -17,16 +17,10 @@ namespace {
   return false;
 }
 
-void FetchFromFirmware(VariableSnapshot *Snapshot) {
-  EFI_SYSTEM_TABLE *System = crt::SystemTable();
-  EFI_RUNTIME_SERVICES *Runtime = System != nullptr ? System->RuntimeServices : nullptr;
-  if (Runtime == nullptr) {
-    Snapshot->Status = EFI_NOT_READY;
-    return;
-  }
+void Fetch(const VariableServices &Source, VariableSnapshot *Snapshot) {
   UINT32 Attributes = 0;
   UINTN Size = VARIABLE_READ_BYTES;
-  Snapshot->Status = Runtime->GetVariable(Snapshot->Name, &Snapshot->Guid, &Attributes, &Size, Snapshot->Data);
+  Snapshot->Status = Source.Get(Source.Context, Snapshot->Name, &Snapshot->Guid, &Attributes, &Size, Snapshot->Data);
   // Only EFI_SUCCESS vouches for the buffer; a warning is no data either.
   if (Snapshot->Status != EFI_SUCCESS) return;
   if (Size > VARIABLE_READ_BYTES) Snapshot->Status = EFI_BAD_BUFFER_SIZE;
@@ -54,7 +48,7 @@ VariableRead::VariableRead(SetupFormDatabase &Db) : Snapshot(nullptr), Owned(nul
   if (Snapshot == nullptr) {
     VariableSnapshot *Fresh = NewVariableSnapshot(NameBytes, Units, Guid);
     if (Fresh == nullptr) return;
-    FetchFromFirmware(Fresh);
+    Fetch(*Db.VariableSource, Fresh);
     if (Db.Variables.IsActive()) {
       Db.Variables.Keep(Fresh);
     } else {

@@ -128,6 +128,110 @@ struct _BIOS_CONFIG_PROTOCOL {
   BIOS_CONFIG_SET_ALL_QUESTIONS_MODE SetAllQuestionsMode;
 };
 
+/*
+ * BIOS_CONFIG_EXTENSIONS_PROTOCOL: a second protocol of the driver, installed
+ * beside BIOS_CONFIG_PROTOCOL on the same handle. It works on the session that
+ * BIOS_CONFIG_PROTOCOL opened (every operation returns BCFG_E_GENERAL_FAILURE
+ * with no session open) and adds:
+ * - runs of the three change operations that report every change they make
+ *   and, with BIOS_CONFIG_RUN_PLAN, runs that write nothing: they work on an
+ *   in-memory copy of the setup variables, reloading the forms from that
+ *   copy where the real run reloads them, and return the status and leave
+ *   the per-record Status values and the last error text that the real run
+ *   would;
+ * - combined writes: each pass of a change operation reads each variable it
+ *   changes once and writes it once at its end;
+ * - the variables the forms name, for snapshots taken before a change.
+ */
+
+/* {C9FDD50E-6AD4-411B-B987-063977E17659} */
+#define BIOS_CONFIG_EXTENSIONS_PROTOCOL_GUID \
+  { 0xc9fdd50e, 0x6ad4, 0x411b, { 0xb9, 0x87, 0x06, 0x39, 0x77, 0xe1, 0x76, 0x59 } }
+
+#define BIOS_CONFIG_EXTENSIONS_REVISION 0x00010000
+
+/* SetWriteMode */
+#define BIOS_CONFIG_WRITES_PER_QUESTION 0 /* one read and one write of the variable per changed question (the default) */
+#define BIOS_CONFIG_WRITES_COMBINED     1 /* each changed variable read once and written once per pass */
+
+/* BIOS_CONFIG_RUN.Flags */
+#define BIOS_CONFIG_RUN_PLAN 0x1 /* write nothing */
+
+/* BIOS_CONFIG_STEP.Kind */
+#define BIOS_CONFIG_STEP_CHANGE 1 /* the question's stored value changes */
+#define BIOS_CONFIG_STEP_REFUSE 2 /* the value is not among the question's options: the run stops here */
+#define BIOS_CONFIG_STEP_FAIL   3 /* the question's variable cannot be read or written: the run stops here */
+
+/* BIOS_CONFIG_STEP.Flags */
+#define BIOS_CONFIG_STEP_RESHAPES   0x1 /* the forms are read again after this pass and the work applied again */
+#define BIOS_CONFIG_STEP_MASKED     0x2 /* NewValue does not fit the question's Width bytes: StoredValue is kept */
+#define BIOS_CONFIG_STEP_TOO_WIDE   0x4 /* the value text does not fit 32 bits (ValueText holds it) */
+#define BIOS_CONFIG_STEP_NOT_STORED 0x8 /* a combined write of its variable failed: the change is not stored */
+
+/* One question changed, refused or failed, in the order the run meets them.
+ * The texts are NUL-terminated copies, valid during the callback only. */
+typedef struct _BIOS_CONFIG_STEP {
+  UINT32 Kind;
+  UINT32 Flags;
+  UINT32 Pass;        /* 1, or 2 after the forms were read again */
+  UINT32 OldValue;    /* the value before (for a refusal: as the forms were read) */
+  UINT32 NewValue;    /* the value asked for */
+  UINT32 StoredValue; /* NewValue as the question's bytes keep it */
+  UINT16 Width;       /* bytes of the question's value */
+  UINT16 FormId;
+  UINT32 Reserved;
+  CONST CHAR16 *Prompt;    /* the question's prompt */
+  CONST CHAR16 *FormTitle; /* the title of its form; NULL when none */
+  CONST CHAR8 *Section;    /* LoadSettingsFromIni: the section, key and value text read; otherwise NULL */
+  CONST CHAR8 *Key;
+  CONST CHAR8 *ValueText;
+  CONST CHAR16 *OldText;   /* the option text of OldValue and of StoredValue; NULL when there is none */
+  CONST CHAR16 *NewText;
+} BIOS_CONFIG_STEP;
+
+typedef VOID (BIOSCFG_EFIAPI *BIOS_CONFIG_STEP_CALLBACK)(VOID *Context, CONST BIOS_CONFIG_STEP *Step);
+
+/* How a run goes: planned or real, and who hears of its steps. */
+typedef struct _BIOS_CONFIG_RUN {
+  UINT32 Flags;
+  UINT32 Reserved;
+  BIOS_CONFIG_STEP_CALLBACK Step; /* may be NULL */
+  VOID *Context;
+} BIOS_CONFIG_RUN;
+
+/* One variable the forms name. */
+typedef VOID (BIOSCFG_EFIAPI *BIOS_CONFIG_VARIABLE_CALLBACK)(VOID *Context, CONST CHAR16 *Name, CONST EFI_GUID *Guid);
+
+typedef struct _BIOS_CONFIG_EXTENSIONS_PROTOCOL BIOS_CONFIG_EXTENSIONS_PROTOCOL;
+
+/* The session's write mode (BIOS_CONFIG_WRITES_*), for the operations of both
+ * protocols. EFI_SUCCESS, BCFG_E_INVALID_PARAMETER (another mode) or
+ * BCFG_E_GENERAL_FAILURE (no session). A new session starts per question. */
+typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_SET_WRITE_MODE)(BIOS_CONFIG_EXTENSIONS_PROTOCOL *This, UINT8 Mode);
+/* SetSettings, SetFormSettings and LoadSettingsFromIni as Run says; they
+ * return what the operation returns (for a plan: what it would return), or
+ * BCFG_E_INVALID_PARAMETER for a NULL Run or unknown flags, or
+ * BCFG_E_OUT_OF_MEMORY when a plan's copy of the variables cannot be had. */
+typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_RUN_SET_SETTINGS)(BIOS_CONFIG_EXTENSIONS_PROTOCOL *This,
+                                                                 BIOS_SETTING_VALUE *Values, CONST BIOS_CONFIG_RUN *Run);
+typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_RUN_LOAD_SETTINGS_FROM_INI)(BIOS_CONFIG_EXTENSIONS_PROTOCOL *This,
+                                                                           CHAR8 *IniFileName, CONST BIOS_CONFIG_RUN *Run);
+/* Calls Visit once for each distinct variable the forms name (loading the
+ * forms first), in the order the forms first name them. EFI_SUCCESS,
+ * BCFG_E_GENERAL_FAILURE, BCFG_E_INVALID_PARAMETER (NULL Visit),
+ * BCFG_E_VARIABLE_ACCESS (the forms cannot be loaded). */
+typedef EFI_STATUS (BIOSCFG_EFIAPI *BIOS_CONFIG_ENUMERATE_VARIABLES)(BIOS_CONFIG_EXTENSIONS_PROTOCOL *This,
+                                                                    BIOS_CONFIG_VARIABLE_CALLBACK Visit, VOID *Context);
+
+struct _BIOS_CONFIG_EXTENSIONS_PROTOCOL {
+  UINT64 Revision;
+  BIOS_CONFIG_SET_WRITE_MODE SetWriteMode;
+  BIOS_CONFIG_RUN_SET_SETTINGS RunSetSettings;
+  BIOS_CONFIG_RUN_SET_SETTINGS RunSetFormSettings;
+  BIOS_CONFIG_RUN_LOAD_SETTINGS_FROM_INI RunLoadSettingsFromIni;
+  BIOS_CONFIG_ENUMERATE_VARIABLES EnumerateVariables;
+};
+
 #ifdef __cplusplus
 }
 #endif

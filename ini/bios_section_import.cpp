@@ -30,6 +30,7 @@ using inicontract::INI_VALUE_TEXT_BYTES;
 using inicontract::KeyOpensSerialSection;
 using inicontract::KeyReshapesForms;
 using inicontract::NarrowPrompt;
+using inicontract::ReadIniNumber;
 using inicontract::SECTION_PATH_BYTES;
 using inicontract::SerialPortsConflict;
 using inicontract::UppercaseAscii;
@@ -41,8 +42,7 @@ constexpr UINT32 PROMPT_UNITS = 0x10000;
 
 struct ImportRun {
   const char *FileName;
-  ImportObserver Observer;  // set: plan only, write nothing
-  void *ObserverContext;
+  const SetupQuestion *Form;  // the form record being walked
   char SectionPath[SECTION_PATH_BYTES];
   UINT16 PreviousFormId;
   UINT16 SerialQuestionCount;
@@ -68,6 +68,7 @@ void EnterForm(ImportRun &Run, const SetupQuestion &Form) {
   crt::memcpy(Run.SectionPath, UppercaseAscii(Section), SECTION_PATH_BYTES);
   Run.PreviousFormId = Form.FormId;
   Run.ApplyEnabled = true;
+  Run.Form = &Form;
 }
 
 // A question whose prompt names a serial port has a section of its own, as
@@ -78,10 +79,16 @@ void EnterSerialSection(ImportRun &Run) {
   crt::memcpy(Run.SectionPath, UppercaseAscii(Section), SECTION_PATH_BYTES);
 }
 
-// Tells the observer of a plan what the import would do with a question.
-void Report(ImportRun &Run, const SetupQuestion &Question, UINT32 Value, ImportStepKind Kind) {
-  const ImportStep Step{Run.SectionPath, Run.KeyText, &Question, Value, Kind};
-  Run.Observer(Run.ObserverContext, Step);
+// The UTF-16 prompt, only for a question that is about to be checked and
+// written: the record and the error texts name it.
+void CopyPrompt(ImportRun &Run, const SetupQuestion &Question, BIOS_SETTING_VALUE &Record) {
+  const auto *Bytes = reinterpret_cast<const UINT8 *>(Question.PromptText);
+  for (UINT32 Unit = 0; Unit < Question.PromptLength; ++Unit) {
+    Run.Prompt[Unit] = static_cast<CHAR16>(Bytes[2 * Unit] | (Bytes[2 * Unit + 1] << 8));
+  }
+  Run.Prompt[Question.PromptLength] = 0;
+  Record.Name = Run.Prompt;
+  Record.NameLength = Question.PromptLength;
 }
 
 [[nodiscard]] EFI_STATUS ImportQuestion(SettingsEngine &Engine, ImportRun &Run, SetupQuestion &Question) {
@@ -93,56 +100,52 @@ void Report(ImportRun &Run, const SetupQuestion &Question, UINT32 Value, ImportS
     return EFI_SUCCESS;
   }
   BIOS_SETTING_VALUE Record{};
-  Record.Value = static_cast<UINT32>(crt::atoi(Run.ValueText));
-  if (Record.Value == Question.Value || !IsValueQuestion(Question)) return EFI_SUCCESS;
-  const bool Planning = Run.Observer != nullptr;
-  if (!Run.ApplyEnabled) {
-    // Held back until the forms are read again after a reshaping change.
-    if (Planning) Report(Run, Question, Record.Value, ImportStepKind::AfterReload);
-    return EFI_SUCCESS;
-  }
+  const bool Fits = ReadIniNumber(Run.ValueText, Record.Value);
+  if ((Fits && Record.Value == Question.Value) || !IsValueQuestion(Question)) return EFI_SUCCESS;
+  // Held back until the forms are read again after a reshaping change.
+  if (!Run.ApplyEnabled) return EFI_SUCCESS;
 
-  // The UTF-16 prompt, only for a question that is about to be checked and
-  // written: the record and the error texts name it.
-  const auto *Bytes = reinterpret_cast<const UINT8 *>(Question.PromptText);
-  for (UINT32 Unit = 0; Unit < Question.PromptLength; ++Unit) {
-    Run.Prompt[Unit] = static_cast<CHAR16>(Bytes[2 * Unit] | (Bytes[2 * Unit + 1] << 8));
-  }
-  Run.Prompt[Question.PromptLength] = 0;
-  Record.Name = Run.Prompt;
-  Record.NameLength = Question.PromptLength;
-  if (!QuestionAcceptsValue(Question, Record.Value)) {
-    if (Planning) {
-      Report(Run, Question, Record.Value, ImportStepKind::OutOfRange);
-    } else {
-      (void)SetLastErrorText(W(u"\nData for BIOS Var %ls is out of range in INI file\n"), Record.Name);
-    }
+  CopyPrompt(Run, Question, Record);
+  ChangeStep Step{};
+  Step.Question = &Question;
+  Step.Form = Run.Form;
+  Step.Section = Run.SectionPath;
+  Step.Key = Run.KeyText;
+  Step.ValueText = Run.ValueText;
+  Step.OldValue = Question.Value;
+  Step.NewValue = Record.Value;
+  Step.TooWide = !Fits;
+  // A number that does not fit 32 bits is no option of any question.
+  if (!Fits || !QuestionAcceptsValue(Question, Record.Value)) {
+    (void)SetLastErrorText(W(u"\nData for BIOS Var %ls is out of range in INI file\n"), Record.Name);
+    Step.Kind = StepKind::Refuse;
+    ReportStep(Engine, Step);
     return BCFG_INI_E_OUT_OF_RANGE;
   }
-  const bool Reshapes = KeyReshapesForms(Run.KeyText) && Record.Value != 0;
-  if (Planning) {
-    Report(Run, Question, Record.Value, Reshapes ? ImportStepKind::ReshapingChange : ImportStepKind::Change);
-  } else if (WriteQuestionValue(Engine, Question, Record) != EFI_SUCCESS) {
+  Step.Reshapes = KeyReshapesForms(Run.KeyText) && Record.Value != 0;
+  WriteOutcome Outcome;
+  const EFI_STATUS Written = WriteQuestionValue(Engine, Question, Record, Outcome);
+  ReportWrite(Engine, Step, Written, Outcome);
+  if (Written != EFI_SUCCESS) {
     (void)SetLastErrorText(W(u"\nError in setting BIOS Variable %ls through INI file\n"), Record.Name);
     return BCFG_INI_E_SET_FAILED;
   }
-  if (Reshapes) {
-    if (!Planning) gReloadFlags.ReloadRequired = 1;
+  if (Step.Reshapes) {
+    gReloadFlags.ReloadRequired = 1;
     if (gReloadFlags.DeferAfterReloadChange == 1) Run.ApplyEnabled = false;
   }
   return EFI_SUCCESS;
 }
 
-[[nodiscard]] EFI_STATUS RunImport(SettingsEngine &Engine, const char *IniFileName, ImportObserver Observer,
-                                   void *Context) {
+}  // namespace
+
+EFI_STATUS ReadBiosSection(SettingsEngine &Engine, const char *IniFileName) {
   if (IniFileName == nullptr) return BCFG_INI_E_NO_FILE_NAME;
   // The one large buffer of the run, had before anything is read or written.
   crt::HeapPtr<CHAR16> Prompt(static_cast<CHAR16 *>(crt::calloc(PROMPT_UNITS + 1, sizeof(CHAR16))));
   if (!Prompt) return BCFG_E_OUT_OF_MEMORY;
   ImportRun R{};
   R.FileName = IniFileName;
-  R.Observer = Observer;
-  R.ObserverContext = Context;
   crt::strcpy(R.SectionPath, "BIOS");
   R.ApplyEnabled = true;
   R.Prompt = Prompt.Get();
@@ -167,17 +170,6 @@ void Report(ImportRun &Run, const SetupQuestion &Question, UINT32 Value, ImportS
   return EFI_SUCCESS;
 }
 
-}  // namespace
-
 INT32 CheckSerialPortConflict(const char *IniFileName) {
   return SerialPortsConflict(ReadForSerialCheck, const_cast<char *>(IniFileName)) ? -1 : 0;
-}
-
-EFI_STATUS ReadBiosSection(SettingsEngine &Engine, const char *IniFileName) {
-  return RunImport(Engine, IniFileName, nullptr, nullptr);
-}
-
-EFI_STATUS PlanBiosSection(SettingsEngine &Engine, const char *IniFileName, ImportObserver Observer, void *Context) {
-  if (Observer == nullptr) return EFI_INVALID_PARAMETER;
-  return RunImport(Engine, IniFileName, Observer, Context);
 }

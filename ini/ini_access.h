@@ -27,28 +27,3 @@ constexpr EFI_STATUS BCFG_INI_E_NO_FILE_NAME = 0xFFFFFFFFFFFFFFFDull;
 // 0 when the file gives serial ports A and B different addresses and IRQs
 // (or lacks what it takes to tell), -1 when they share one.
 [[nodiscard]] INT32 CheckSerialPortConflict(const char *IniFileName);
-
-// What the import would do with one question.
-enum class ImportStepKind {
-  Change,           // the value would be written
-  ReshapingChange,  // written, and the forms read again and the file applied a second time
-  AfterReload,      // held back by a reshaping change: applied, if still visible, after the reload
-  OutOfRange,       // not among the question's options: the import would stop here
-};
-struct SetupQuestion;
-struct ImportStep {
-  const char *Section;  // the section the key is read from
-  const char *Key;      // the key (the prompt without leading blanks)
-  const SetupQuestion *Question;
-  UINT32 NewValue;
-  ImportStepKind Kind;
-};
-using ImportObserver = void (*)(void *Context, const ImportStep &Step);
-
-// The import's walk without its writes: reports every question that
-// ReadBiosSection would write, hold back or refuse, in its order, and
-// returns what it would return were every write to succeed. Writes no
-// variable and changes no driver state; a reshaping change is reported,
-// and what follows it in its form is reported as applied after the reload.
-[[nodiscard]] EFI_STATUS PlanBiosSection(SettingsEngine &Engine, const char *IniFileName, ImportObserver Observer,
-                                         void *Context);

@@ -29,6 +29,30 @@ bool SameIgnoringCase(const char *A, const char *B) {
 
 }  // namespace
 
+bool ReadIniNumber(const char *Text, UINT32 &Value) {
+  constexpr UINT64 HIGHEST = 0xFFFFFFFFull;
+  constexpr UINT64 LOWEST_MAGNITUDE = 0x80000000ull;
+  const char *At = Text;
+  while (*At == ' ' || (*At >= '\t' && *At <= '\r')) ++At;
+  bool Negative = false;
+  if (*At == '+' || *At == '-') Negative = *At++ == '-';
+  UINT64 Magnitude = 0;
+  bool TooLarge = false;
+  for (; *At >= '0' && *At <= '9'; ++At) {
+    Magnitude = Magnitude * 10 + static_cast<UINT64>(*At - '0');
+    if (Magnitude > HIGHEST) {
+      TooLarge = true;
+      Magnitude = HIGHEST + 1;  // stays put: no overflow of the accumulator
+    }
+  }
+  if (TooLarge || (Negative && Magnitude > LOWEST_MAGNITUDE)) {
+    Value = 0;
+    return false;
+  }
+  Value = static_cast<UINT32>(Negative ? (0 - Magnitude) : Magnitude);
+  return true;
+}
+
 bool KeyReshapesForms(const char *Key) {
   return crt::strcmp(Key, CONSOLE_REDIRECTION_PROMPT) == 0 || crt::strcmp(Key, REMAPPING_PROMPT) == 0;
 }

@@ -18,6 +18,14 @@ constexpr UINT32 INI_VALUE_TEXT_BYTES = 50;
 constexpr UINT32 INI_KEY_TEXT_BYTES = 150;
 constexpr UINT32 INI_AUX_TEXT_BYTES = 150;
 
+// Reads a value text as the import does: blanks skipped, an optional sign,
+// then decimal digits up to the first other character; text without digits
+// reads as 0 ("Enabled", "0x10" and "7 ;Options" read 0, 0 and 7). False when
+// the number does not fit 32 bits (below -2147483648 or above 4294967295):
+// such a value is out of range wherever it is given, never wrapped. Value
+// gets the number's low 32 bits (a negative one in two's complement).
+[[nodiscard]] bool ReadIniNumber(const char *Text, UINT32 &Value);
+
 // Switching either question on changes what the firmware's forms hold:
 // "Console Redirection" adds the terminal settings below it, DMA remapping
 // changes what the I/O forms offer.

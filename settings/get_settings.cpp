@@ -15,7 +15,10 @@ bool NotFound(const BIOS_SETTING_REQUEST &Request) { return Request.Found != 1; 
 EFI_STATUS GetSettings(SettingsEngine &Engine, BIOS_SETTING_REQUEST *Requests) {
   // Questions in form order, each filling the first unfilled record of its
   // prompt: the n-th question of a prompt fills the n-th such record.
-  return MatchRecordsByPrompt(Engine, Requests, SettingsOperation::Get, NotFound, false, FillRequest);
+  return MatchRecordsByPrompt(Engine, Requests, SettingsOperation::Get, NotFound, false,
+                              [](SetupQuestion &Question, BIOS_SETTING_REQUEST &Request, const SetupQuestion *) {
+                                return FillRequest(Question, Request);
+                              });
 }
 
 EFI_STATUS GetFormSettings(SettingsEngine &Engine, BIOS_SETTING_REQUEST *Requests) {

@@ -9,7 +9,8 @@
 #include "settings/settings_engine.h"
 
 // Checks and indexes the client's list, then hands Apply each eligible value
-// question with a waiting record of its prompt: one record per question
+// question (and the form record that holds it, or nullptr) with a waiting
+// record of its prompt: one record per question
 // (the n-th question of a prompt takes the n-th record) or, with
 // EveryRecord, every waiting record of that prompt to the first such
 // question. Stops at Apply's first failure. EFI_SUCCESS,
@@ -24,13 +25,15 @@ template <class Record, class ApplyStep>
   EFI_STATUS Status = Pending.Build(Head, Count, Waiting);
   if (Status != EFI_SUCCESS) return Status;
 
+  const SetupQuestion *Form = nullptr;
   for (SetupQuestion *Question = Engine.Forms.Questions; Question != nullptr; Question = Question->Next) {
+    if (Question->OpCode == IFR_FORM_OP) Form = Question;
     if (!IsValueQuestion(*Question)) continue;
     if (!QuestionEligible(*Question, Operation, Engine.AllQuestionsMode)) continue;
     const PromptText Prompt = PromptOf(*Question);
     for (Record *Match = Pending.TakeFirst(Prompt); Match != nullptr;
          Match = EveryRecord ? Pending.TakeFirst(Prompt) : nullptr) {
-      Status = Apply(*Question, *Match);
+      Status = Apply(*Question, *Match, Form);
       if (Status != EFI_SUCCESS) return Status;
     }
   }

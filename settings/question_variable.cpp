@@ -4,6 +4,7 @@
 #include "forms/variable_cache.h"
 #include "messages/last_error_text.h"
 #include "runtime/crt.h"
+#include "settings/settings_engine.h"
 
 namespace {
 
@@ -31,19 +32,20 @@ struct VariableKey {
   return false;  // longer than firmware names can be
 }
 
-[[nodiscard]] EFI_STATUS ReadInto(VariableKey &Key, UINTN Capacity, VariableContents &Out) {
+[[nodiscard]] EFI_STATUS ReadInto(const VariableServices &Source, VariableKey &Key, UINTN Capacity,
+                                  VariableContents &Out) {
   Out.Data.Reset(static_cast<UINT8 *>(crt::malloc(Capacity)));
   if (!Out.Data) return BCFG_E_OUT_OF_MEMORY;
   Out.Size = Capacity;
-  return crt::SystemTable()->RuntimeServices->GetVariable(Key.Name, &Key.Guid, &Out.Attributes, &Out.Size,
-                                                             Out.Data.Get());
+  return Source.Get(Source.Context, Key.Name, &Key.Guid, &Out.Attributes, &Out.Size, Out.Data.Get());
 }
 
-[[nodiscard]] EFI_STATUS ReadVariable(VariableKey &Key, UINT32 RecordedSize, VariableContents &Out) {
-  EFI_STATUS Status = ReadInto(Key, RecordedSize != 0 ? RecordedSize : FIRST_READ_BYTES, Out);
+[[nodiscard]] EFI_STATUS ReadVariable(const VariableServices &Source, VariableKey &Key, UINT32 RecordedSize,
+                                      VariableContents &Out) {
+  EFI_STATUS Status = ReadInto(Source, Key, RecordedSize != 0 ? RecordedSize : FIRST_READ_BYTES, Out);
   // Grown since the forms were loaded (or never measured): once more at
   // the size the firmware asks for.
-  if (Status == EFI_BUFFER_TOO_SMALL && Out.Size != 0) Status = ReadInto(Key, Out.Size, Out);
+  if (Status == EFI_BUFFER_TOO_SMALL && Out.Size != 0) Status = ReadInto(Source, Key, Out.Size, Out);
   if (Status != EFI_SUCCESS) Out.Data.Reset(nullptr);
   return Status;
 }
@@ -62,9 +64,10 @@ void StoreField(UINT8 *Field, UINT16 Width, UINT32 Value) {
 
 // Copies the key and reads the variable; a successful read refreshes the
 // question's attributes.
-[[nodiscard]] EFI_STATUS ReadWithKey(SetupQuestion &Question, VariableKey &Key, VariableContents &Out) {
+[[nodiscard]] EFI_STATUS ReadWithKey(const VariableServices &Source, SetupQuestion &Question, VariableKey &Key,
+                                     VariableContents &Out) {
   if (!CopyKey(Question, Key)) return EFI_INVALID_PARAMETER;
-  const EFI_STATUS Status = ReadVariable(Key, Question.VariableSize, Out);
+  const EFI_STATUS Status = ReadVariable(Source, Key, Question.VariableSize, Out);
   if (Status == EFI_SUCCESS) Question.VariableAttributes = Out.Attributes;
   return Status;
 }
@@ -72,34 +75,51 @@ void StoreField(UINT8 *Field, UINT16 Width, UINT32 Value) {
 }  // namespace
 
 EFI_STATUS ReadQuestionVariable(SetupQuestion &Question, VariableContents &Out) {
-  VariableKey Key;
-  return ReadWithKey(Question, Key, Out);
+  return ReadQuestionVariable(*FirmwareVariables(), Question, Out);
 }
 
-EFI_STATUS WriteQuestionValue(SettingsEngine &, SetupQuestion &Question, const BIOS_SETTING_VALUE &Value) {
+EFI_STATUS ReadQuestionVariable(const VariableServices &Source, SetupQuestion &Question, VariableContents &Out) {
+  VariableKey Key;
+  return ReadWithKey(Source, Question, Key, Out);
+}
+
+EFI_STATUS WriteQuestionValue(SettingsEngine &Engine, SetupQuestion &Question, const BIOS_SETTING_VALUE &Value,
+                              WriteOutcome &Outcome) {
+  const VariableServices &Source = *Engine.Forms.VariableSource;
   VariableKey Key;
   VariableContents Contents;
-  const EFI_STATUS Status = ReadWithKey(Question, Key, Contents);
+  const EFI_STATUS Status = ReadWithKey(Source, Question, Key, Contents);
   if (Status != EFI_SUCCESS) return Status;
 
   const UINT16 Width = Question.Width;
+  Outcome = WriteOutcome{};
   if (Width != 1 && Width != 2 && Width != 4) return EFI_SUCCESS;
   // The bytes must lie inside the variable as it is now, which may be
   // shorter than when the forms were read; the write-back keeps its size.
   if (static_cast<UINTN>(Question.Offset) + Width > Contents.Size) return EFI_BAD_BUFFER_SIZE;
   UINT8 *Field = Contents.Data.Get() + Question.Offset;
   const UINT32 Wanted = Value.Value & Mask(Width);
-  if (StoredField(Field, Width) == Wanted) return EFI_SUCCESS;
+  Outcome.OldValue = StoredField(Field, Width);
+  Outcome.Stored = Wanted;
+  if (Outcome.OldValue == Wanted) return EFI_SUCCESS;
   // Attributes without access bits would turn the write into a delete.
   if ((Contents.Attributes & ACCESS_ATTRIBUTES) == 0) return EFI_WRITE_PROTECTED;
 
   StoreField(Field, Width, Wanted);
-  return crt::SystemTable()->RuntimeServices->SetVariable(Key.Name, &Key.Guid, Contents.Attributes,
-                                                             Contents.Size, Contents.Data.Get());
+  const EFI_STATUS Written =
+      Source.Set(Source.Context, Key.Name, &Key.Guid, Contents.Attributes, Contents.Size, Contents.Data.Get());
+  Outcome.Changed = Written == EFI_SUCCESS;
+  return Written;
 }
 
-EFI_STATUS StoreRecord(SettingsEngine &Engine, SetupQuestion &Question, BIOS_SETTING_VALUE &Value) {
-  const EFI_STATUS Written = WriteQuestionValue(Engine, Question, Value);
+EFI_STATUS WriteQuestionValue(SettingsEngine &Engine, SetupQuestion &Question, const BIOS_SETTING_VALUE &Value) {
+  WriteOutcome Ignored;
+  return WriteQuestionValue(Engine, Question, Value, Ignored);
+}
+
+EFI_STATUS StoreRecord(SettingsEngine &Engine, SetupQuestion &Question, BIOS_SETTING_VALUE &Value,
+                       WriteOutcome &Outcome) {
+  const EFI_STATUS Written = WriteQuestionValue(Engine, Question, Value, Outcome);
   if (Written == BCFG_E_OUT_OF_MEMORY) return Written;
   if (Written != EFI_SUCCESS) {
     (void)SetLastErrorText(W(u"\nError in setting BIOS Variable %ls\n"), Value.Name);

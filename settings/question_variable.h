@@ -12,6 +12,7 @@
 
 #include "bioscfg_protocol.h"
 #include "forms/setup_question.h"
+#include "forms/variable_services.h"
 #include "runtime/owned.h"
 
 class SettingsEngine;
@@ -29,6 +30,16 @@ struct VariableContents {
 // status, or EFI_INVALID_PARAMETER for a question without a usable name or
 // GUID).
 [[nodiscard]] EFI_STATUS ReadQuestionVariable(SetupQuestion &Question, VariableContents &Out);
+// The same, from Source (the firmware or an overlay of it).
+[[nodiscard]] EFI_STATUS ReadQuestionVariable(const VariableServices &Source, SetupQuestion &Question,
+                                              VariableContents &Out);
+
+// What a write did to the question's bytes.
+struct WriteOutcome {
+  bool Changed = false;  // the bytes differed and were written
+  UINT32 OldValue = 0;   // the question's bytes before, as a number
+  UINT32 Stored = 0;     // the value the question's bytes hold now (the new value masked to the width)
+};
 
 // Stores Value.Value into the question's bytes of its variable. EFI_SUCCESS
 // when it is stored or already was (and, as for any question whose width is
@@ -36,11 +47,17 @@ struct VariableContents {
 // the failure: the variable can't be read, the question's bytes reach past
 // it (EFI_BAD_BUFFER_SIZE), its attributes grant no access
 // (EFI_WRITE_PROTECTED), or SetVariable's status.
+// The variable is read and written through the engine's variable source.
 [[nodiscard]] EFI_STATUS WriteQuestionValue(SettingsEngine &Engine, SetupQuestion &Question,
                                             const BIOS_SETTING_VALUE &Value);
+// WriteQuestionValue that also tells what it did (Outcome is filled on
+// EFI_SUCCESS).
+[[nodiscard]] EFI_STATUS WriteQuestionValue(SettingsEngine &Engine, SetupQuestion &Question,
+                                            const BIOS_SETTING_VALUE &Value, WriteOutcome &Outcome);
 
 // WriteQuestionValue for the change operations: a failure puts "Error in
 // setting BIOS Variable" with Value's name into the last-error text and
 // becomes BCFG_E_VARIABLE_ACCESS (BCFG_E_OUT_OF_MEMORY stays as it is, with
 // no text); on success the record's Status becomes 1.
-[[nodiscard]] EFI_STATUS StoreRecord(SettingsEngine &Engine, SetupQuestion &Question, BIOS_SETTING_VALUE &Value);
+[[nodiscard]] EFI_STATUS StoreRecord(SettingsEngine &Engine, SetupQuestion &Question, BIOS_SETTING_VALUE &Value,
+                                     WriteOutcome &Outcome);

@@ -43,6 +43,7 @@ struct FormPath {
   UINTN MaybeSet;  // records from the head that may hold a non-zero Status
   bool ApplyEnabled;
   bool AnyWritten;
+  const SetupQuestion *Form;  // the form record being walked
 
   void Restart() {
     BIOS_SETTING_VALUE *Record = Head;
@@ -66,16 +67,27 @@ struct FormPath {
     Path.Advance();
     return EFI_SUCCESS;
   }
+  ChangeStep Step{};
+  Step.Question = &Question;
+  Step.Form = Path.Form;
+  Step.Record = &Record;
+  Step.OldValue = Question.Value;
+  Step.NewValue = Record.Value;
   if (ReshapesForms(PromptOf(Question)) && Record.Value != 0 && Record.Value != Question.Value) {
     gReloadFlags.ReloadRequired = 1;
     if (gReloadFlags.DeferAfterReloadChange == 1) Path.ApplyEnabled = false;
+    Step.Reshapes = true;
   }
   if (!QuestionAcceptsValue(Question, Record.Value)) {
     Record.Status = BIOS_SETTING_NOT_APPLIED;
     (void)SetLastErrorText(W(u"\nData for BIOS Var %ls is out of range\n"), Record.Name);
+    Step.Kind = StepKind::Refuse;
+    ReportStep(Engine, Step);
     return BCFG_E_OUT_OF_RANGE;
   }
-  const EFI_STATUS Stored = StoreRecord(Engine, Question, Record);
+  WriteOutcome Outcome;
+  const EFI_STATUS Stored = StoreRecord(Engine, Question, Record, Outcome);
+  ReportWrite(Engine, Step, Stored, Outcome);
   if (Stored != EFI_SUCCESS) return Stored;
   Path.Advance();
   Path.AnyWritten = true;
@@ -87,12 +99,13 @@ struct FormPath {
 EFI_STATUS SetFormSettings(SettingsEngine &Engine, BIOS_SETTING_VALUE *Values) {
   UINTN Count = 0;
   if (Values == nullptr || !CountRecords(Values, &Count)) return BCFG_E_INVALID_PARAMETER;
-  FormPath Path{Values, Values, 0, Count, true, false};
+  FormPath Path{Values, Values, 0, Count, true, false, nullptr};
 
   for (SetupQuestion *Question = Engine.Forms.Questions; Question != nullptr; Question = Question->Next) {
     const bool Title = Question->OpCode == IFR_FORM_OP;
     if (Title) {
       Path.Restart();
+      Path.Form = Question;
     } else if (Path.Cursor == Path.Head) {
       continue;  // no form of the wanted title entered yet
     }

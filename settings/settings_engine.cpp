@@ -1,5 +1,7 @@
 #include "settings/settings_engine.h"
 
+#include "settings/question_variable.h"
+
 #include "bioscfg_protocol.h"
 
 EFI_STATUS SettingsEngine::EnsureFormsLoaded() {
@@ -14,4 +16,22 @@ EFI_STATUS SettingsEngine::ResetForms() {
   if (Forms.DiscardForms() != EFI_SUCCESS) return BCFG_E_VARIABLE_ACCESS;
   FormsLoaded = 0;
   return EFI_SUCCESS;
+}
+
+void ReportStep(const SettingsEngine &Engine, const ChangeStep &Step) {
+  if (Engine.Observer != nullptr) Engine.Observer->Step(Engine.Observer->Context, Step);
+}
+
+void ReportWrite(const SettingsEngine &Engine, ChangeStep Step, EFI_STATUS Status, const WriteOutcome &Outcome) {
+  if (Engine.Observer == nullptr) return;
+  if (Status != EFI_SUCCESS) {
+    Step.Kind = StepKind::Fail;
+  } else if (Outcome.Changed) {
+    Step.Kind = StepKind::Change;
+    Step.OldValue = Outcome.OldValue;
+    Step.StoredValue = Outcome.Stored;
+  } else {
+    return;
+  }
+  ReportStep(Engine, Step);
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "forms/setup_form_database.h"
+#include "settings/run_observer.h"
 #include "runtime/uefi.h"
 
 class SettingsEngine {
@@ -13,6 +14,8 @@ class SettingsEngine {
   SettingsEngine() {
     FormsLoaded = 0;
     AllQuestionsMode = 0;
+    CombinedWrites = 0;
+    Observer = nullptr;
   }
   SettingsEngine(const SettingsEngine &) = delete;
   SettingsEngine &operator=(const SettingsEngine &) = delete;
@@ -28,4 +31,9 @@ class SettingsEngine {
   UINT8 FormsLoaded;
   UINT8 AllQuestionsMode;  // 0: visible questions only; other values: all
   SetupFormDatabase Forms;
+  // 1: each pass of a change operation collects its writes and writes each
+  // changed variable once at its end; 0: one write per question.
+  UINT8 CombinedWrites;
+  // Told about every change, refusal and failed write; nullptr: nobody.
+  RunObserver *Observer;
 };

@@ -21,7 +21,12 @@ TEST_F(ToolTest, GetAndSetPrintTheResultTheTextAndEveryRecord) {
   EXPECT_EQ(Run({"set", "Quiet Boot=0", "NumLock State at Boot=off", "Fan PWM Offset=0x10"}),
             (std::vector<std::string>{"result: EFI_SUCCESS", "record: status=1 value=0 prompt=\"Quiet Boot\"",
                                       "record: status=1 value=0 prompt=\"NumLock State at Boot\"",
-                                      "record: status=1 value=16 prompt=\"Fan PWM Offset\""}));
+                                      "record: status=1 value=16 prompt=\"Fan PWM Offset\"",
+                                      "change: [Main] \"Quiet Boot\" 1 \"Enabled\" -> 0 \"Disabled\"",
+                                      "change: [Main] \"NumLock State at Boot\" 1 \"On\" -> 0 \"Off\"",
+                                      "change: [System Acoustics and Performance Configuration] \"Fan PWM Offset\" 0 "
+                                      "\"0000\" -> 16 \"0016\"",
+                                      "changes: 3"}));
   EXPECT_TRUE(StartsWith(Run({"get", "Fan PWM Offset"})[1],
                          "record: found=1 type=numeric value=16 prompt=\"Fan PWM Offset\""));
 
@@ -31,7 +36,11 @@ TEST_F(ToolTest, GetAndSetPrintTheResultTheTextAndEveryRecord) {
                                       "error: Data for BIOS Var POST Error Pause is out of range",
                                       "record: status=1 value=0 prompt=\"Main\"",
                                       "record: status=1 value=1 prompt=\"Quiet Boot\"",
-                                      "record: status=0 value=7 prompt=\"POST Error Pause\""}));
+                                      "record: status=0 value=7 prompt=\"POST Error Pause\"",
+                                      "change: [Main] \"Quiet Boot\" 0 \"Disabled\" -> 1 \"Enabled\"",
+                                      "refuse: [Main] \"POST Error Pause\" 0 \"Disabled\" -> 7 (not an option: the run "
+                                      "stops here)",
+                                      "changes: 1"}));
 }
 
 TEST_F(ToolTest, OperandsTheToolCannotUseChangeNothing) {
@@ -52,7 +61,7 @@ TEST_F(ToolTest, ThePromptEndsAtTheLastEqualsSign) {
   // No question has '=' in its prompt: the name before the last '=' is sent
   // whole and matches nothing, and the value after it is parsed alone.
   EXPECT_EQ(Run({"set", "A=B=1"}),
-            (std::vector<std::string>{"result: EFI_SUCCESS", "record: status=0 value=1 prompt=\"A=B\""}));
+            (std::vector<std::string>{"result: EFI_SUCCESS", "record: status=0 value=1 prompt=\"A=B\"", "changes: 0"}));
 }
 
 TEST_F(ToolTest, AllLetsGetAndSetReachSuppressedQuestions) {

@@ -157,46 +157,6 @@ TEST_F(IniImport, FormsAfterTheReshapingOneAreWrittenInTheFirstPass) {
   EXPECT_EQ(gReloadFlags.ReloadRequired, 1) << "set before the failure, kept after it";
 }
 
-TEST_F(IniImport, APlanReportsTheImportsStepsAndWritesNothing) {
-  std::string Text = WithValue(Saved, "Console Redirection", "1", "CONSOLE REDIRECTION]");
-  Text.insert(Text.find('\n', Text.find("\nConsole Redirection=1")) + 1, "Flow Control=1\n");
-  Text = WithValue(WithValue(Text, "Quiet Boot", "0"), "Wake on LAN", "5");
-  WriteIni("plan.ini", Text);
-  ASSERT_EQ(Proto()->GetSettings(Proto(), nullptr), BCFG_E_INVALID_PARAMETER);  // forms loaded
-  std::vector<std::pair<std::string, ImportStepKind>> Steps;
-  const uint64_t Writes = SetVariableCalls();
-  const EFI_STATUS Planned = PlanBiosSection(
-      *gImage.Engine, "plan.ini",
-      [](void *Context, const ImportStep &Step) {
-        static_cast<std::vector<std::pair<std::string, ImportStepKind>> *>(Context)->emplace_back(
-            std::string(Step.Section) + "|" + Step.Key + "=" + std::to_string(Step.NewValue), Step.Kind);
-      },
-      &Steps);
-  EXPECT_EQ(Planned, BCFG_INI_E_OUT_OF_RANGE);
-  EXPECT_EQ(Steps, (std::vector<std::pair<std::string, ImportStepKind>>{
-                       {"BIOS::MAIN|Quiet Boot=0", ImportStepKind::Change},
-                       {"BIOS::ADVANCED|Wake on LAN=5", ImportStepKind::OutOfRange}}));
-  EXPECT_EQ(SetVariableCalls(), Writes);
-
-  // Without the refusal: the reshaping change and what it holds back.
-  WriteIni("plan.ini", WithValue(Text, "Wake on LAN", "0"));
-  Steps.clear();
-  EXPECT_EQ(PlanBiosSection(*gImage.Engine, "plan.ini",
-                            [](void *Context, const ImportStep &Step) {
-                              static_cast<std::vector<std::pair<std::string, ImportStepKind>> *>(Context)->emplace_back(
-                                  std::string(Step.Key), Step.Kind);
-                            },
-                            &Steps),
-            EFI_SUCCESS);
-  EXPECT_EQ(Steps, (std::vector<std::pair<std::string, ImportStepKind>>{
-                       {"Quiet Boot", ImportStepKind::Change},
-                       {"Wake on LAN", ImportStepKind::Change},
-                       {"Console Redirection", ImportStepKind::ReshapingChange}}))
-      << "Flow Control is suppressed until the reload: the plan cannot see it";
-  EXPECT_EQ(SetVariableCalls(), Writes);
-  EXPECT_EQ(gReloadFlags.ReloadRequired, 0);
-}
-
 class MovingIniQuestions : public IniTest {
  protected:
   void SetUp() override {

@@ -82,6 +82,12 @@ EFI_STATUS DriverTest::LoadDriver() {
   const EFI_STATUS Found = Fw().SystemTable()->BootServices->LocateProtocol(&Guid, nullptr, &Interface);
   EXPECT_EQ(Found, EFI_SUCCESS) << "driver started but its protocol is not installed";
   Protocol = static_cast<BIOS_CONFIG_PROTOCOL *>(Interface);
+  // The second protocol sits on the same handle.
+  EFI_GUID ExtensionsGuid = BIOS_CONFIG_EXTENSIONS_PROTOCOL_GUID;
+  Interface = nullptr;
+  EXPECT_EQ(Fw().SystemTable()->BootServices->HandleProtocol(Handle, &ExtensionsGuid, &Interface), EFI_SUCCESS)
+      << "the driver's second protocol is not on its handle";
+  ExtensionsProtocol = static_cast<BIOS_CONFIG_EXTENSIONS_PROTOCOL *>(Interface);
   return Status;
 }
 
@@ -90,6 +96,7 @@ EFI_STATUS DriverTest::UnloadDriver() {
   if (Status == EFI_SUCCESS) {
     Driver = nullptr;
     Protocol = nullptr;
+    ExtensionsProtocol = nullptr;
   }
   return Status;
 }

@@ -44,6 +44,7 @@ class DriverTest : public ::testing::Test {
   sim::Firmware &Fw() { return *Firmware; }
   // The installed interface, or nullptr when the driver is not running.
   BIOS_CONFIG_PROTOCOL *Proto() const { return Protocol; }
+  BIOS_CONFIG_EXTENSIONS_PROTOCOL *Extensions() const { return ExtensionsProtocol; }
   EFI_HANDLE DriverHandle() const { return Driver; }
 
   // GetLastErrorText through the protocol: the text, or empty when the
@@ -59,6 +60,7 @@ class DriverTest : public ::testing::Test {
   void ForgetDriver() {
     Driver = nullptr;
     Protocol = nullptr;
+    ExtensionsProtocol = nullptr;
   }
 
   // fs0: and the catalog file.
@@ -82,4 +84,5 @@ class DriverTest : public ::testing::Test {
   std::string Volume;
   EFI_HANDLE Driver = nullptr;
   BIOS_CONFIG_PROTOCOL *Protocol = nullptr;
+  BIOS_CONFIG_EXTENSIONS_PROTOCOL *ExtensionsProtocol = nullptr;
 };

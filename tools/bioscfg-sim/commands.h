@@ -44,7 +44,7 @@ int RunThroughTool(const Options &Opts, const std::string &Command, const std::v
                    bool Changes, const ToolFileHooks &Hooks = {});
 
 // The commands that run the configuration tool (tool_passthrough.cpp,
-// ini_commands.cpp) and diff (diff_command.cpp).
+// ini_commands.cpp; diff is the tool's load --dry-run).
 int RunGetCommand(const Options &Opts, const std::vector<std::string> &Args);
 int RunGetFormCommand(const Options &Opts, const std::vector<std::string> &Args);
 int RunSetCommand(const Options &Opts, const std::vector<std::string> &Args);
@@ -53,6 +53,9 @@ int RunSaveCommand(const Options &Opts, const std::vector<std::string> &Args);
 int RunLoadCommand(const Options &Opts, const std::vector<std::string> &Args);
 int RunListSettingsCommand(const Options &Opts, const std::vector<std::string> &Args);
 int RunDiffCommand(const Options &Opts, const std::vector<std::string> &Args);
+int RunRestoreCommand(const Options &Opts, const std::vector<std::string> &Args);
+// set and set-form; backups the tool makes (--backup) land in the current folder.
+int RunSetWithBackups(const Options &Opts, const std::string &Command, const std::vector<std::string> &Args);
 void PrintUsage(std::FILE *Out);
 
 // The platform the options name: files when given, the sample otherwise.

@@ -6,6 +6,7 @@
 #include "tools/bioscfg-sim/simulated_machine.h"
 
 #include <cstdio>
+#include <algorithm>
 #include <filesystem>
 #include <sstream>
 
@@ -34,9 +35,9 @@ bool CopyOut(SimulatedMachine &Machine, const std::string &Name, const std::stri
   return !Failed;
 }
 
-// Earlier backups of Host (its stem, "-backup-", its extension) stand in
-// the simulated folder too, empty, so that the tool picks a name none of
-// them has.
+// Earlier backups of Host (its stem, "-backup-", its extension or ".vars")
+// stand in the simulated folder too, empty, so that the tool picks a name
+// none of them has.
 bool ReserveBackupNames(SimulatedMachine &Machine, const std::string &Host, std::string &Error) {
   const fs::path File(Host);
   const std::string Prefix = File.stem().string() + "-backup-";
@@ -44,7 +45,8 @@ bool ReserveBackupNames(SimulatedMachine &Machine, const std::string &Host, std:
   std::error_code Failed;
   for (const auto &Entry : fs::directory_iterator(Folder, Failed)) {
     const std::string Name = Entry.path().filename().string();
-    if (Name.rfind(Prefix, 0) != 0 || Entry.path().extension() != File.extension()) continue;
+    const fs::path Extension = Entry.path().extension();
+    if (Name.rfind(Prefix, 0) != 0 || (Extension != File.extension() && Extension != ".vars")) continue;
     std::FILE *Placeholder = std::fopen((fs::path(Machine.ToolsFolder()) / Name).string().c_str(), "wb");
     if (Placeholder == nullptr) {
       Error = Name + ": cannot reserve the backup name";
@@ -56,13 +58,24 @@ bool ReserveBackupNames(SimulatedMachine &Machine, const std::string &Host, std:
   return !Failed;
 }
 
-// The name after "backup: " in the tool's output, or empty.
-std::string BackupName(const std::string &Output) {
+// The names after "backup: " and "snapshot: " in the tool's output.
+std::vector<std::string> BackupNames(const std::string &Output) {
+  std::vector<std::string> Names;
   std::istringstream Lines(Output);
   for (std::string Line; std::getline(Lines, Line);) {
-    if (Line.rfind("backup: ", 0) == 0) return Line.substr(8);
+    if (Line.rfind("backup: ", 0) == 0) Names.push_back(Line.substr(8));
+    if (Line.rfind("snapshot: ", 0) == 0) Names.push_back(Line.substr(10));
   }
-  return {};
+  return Names;
+}
+
+// The backup files the tool made land in Folder on the host.
+bool CopyBackupsOut(SimulatedMachine &Machine, const std::string &Output, const fs::path &Folder,
+                    std::string &Error) {
+  for (const std::string &Name : BackupNames(Output)) {
+    if (!CopyOut(Machine, Name, (Folder / Name).string(), Error)) return false;
+  }
+  return true;
 }
 
 int Usage(const char *Text) {
@@ -98,11 +111,31 @@ int RunLoadCommand(const Options &Opts, const std::vector<std::string> &Args) {
     return CopyIn(M, Host, Error) && ReserveBackupNames(M, Host, Error);
   };
   Hooks.After = [&](SimulatedMachine &M, const std::string &Output, std::string &Error) {
-    const std::string Backup = BackupName(Output);
-    if (Backup.empty()) return true;
-    return CopyOut(M, Backup, (fs::path(Host).parent_path() / Backup).string(), Error);
+    return CopyBackupsOut(M, Output, fs::path(Host).parent_path(), Error);
   };
-  return RunThroughTool(Opts, "load", WithBaseName(Args), true, Hooks);
+  const bool DryRun = std::find(Args.begin(), Args.end(), "--dry-run") != Args.end();
+  return RunThroughTool(Opts, "load", WithBaseName(Args), !DryRun, Hooks);
+}
+
+int RunDiffCommand(const Options &Opts, const std::vector<std::string> &Args) {
+  if (Args.size() != 1) return Usage("diff takes one FILE");
+  return RunLoadCommand(Opts, {"--dry-run", Args[0]});
+}
+
+int RunRestoreCommand(const Options &Opts, const std::vector<std::string> &Args) {
+  if (Args.size() != 1) return Usage("restore takes one SNAPSHOT");
+  const std::string Host = Args[0];
+  ToolFileHooks Hooks;
+  Hooks.Before = [&](SimulatedMachine &M, std::string &Error) { return CopyIn(M, Host, Error); };
+  return RunThroughTool(Opts, "restore", WithBaseName(Args), true, Hooks);
+}
+
+int RunSetWithBackups(const Options &Opts, const std::string &Command, const std::vector<std::string> &Args) {
+  ToolFileHooks Hooks;
+  Hooks.After = [&](SimulatedMachine &M, const std::string &Output, std::string &Error) {
+    return CopyBackupsOut(M, Output, fs::path("."), Error);
+  };
+  return RunThroughTool(Opts, Command, Args, true, Hooks);
 }
 
 int RunListSettingsCommand(const Options &Opts, const std::vector<std::string> &Args) {

@@ -68,6 +68,14 @@ bool SimulatedMachine::Start(PlatformInput Platform, const std::string &Messages
     return false;
   }
   Interface = static_cast<BIOS_CONFIG_PROTOCOL *>(Found);
+  EFI_GUID ExtensionsGuid = BIOS_CONFIG_EXTENSIONS_PROTOCOL_GUID;
+  Found = nullptr;
+  Status = Fw->SystemTable()->BootServices->HandleProtocol(Driver, &ExtensionsGuid, &Found);
+  if (Status != EFI_SUCCESS || Found == nullptr) {
+    Error = "the driver's second protocol is not installed: " + StatusText(Status);
+    return false;
+  }
+  ExtensionsInterface = static_cast<BIOS_CONFIG_EXTENSIONS_PROTOCOL *>(Found);
   return true;
 }
 

@@ -41,6 +41,7 @@ class SimulatedMachine {
   std::string ToolsFolder() const;
 
   BIOS_CONFIG_PROTOCOL *Protocol() const { return Interface; }
+  BIOS_CONFIG_EXTENSIONS_PROTOCOL *Extensions() const { return ExtensionsInterface; }
   sim::Firmware &Firmware() { return *Fw; }
 
  private:
@@ -49,6 +50,7 @@ class SimulatedMachine {
   std::unique_ptr<sim::TempFolder> Folder;  // fs0:, removed after the firmware
   EFI_HANDLE Driver = nullptr;
   BIOS_CONFIG_PROTOCOL *Interface = nullptr;
+  BIOS_CONFIG_EXTENSIONS_PROTOCOL *ExtensionsInterface = nullptr;
 };
 
 // "0x8000000000000003 (Unsupported)"-style text for a status.

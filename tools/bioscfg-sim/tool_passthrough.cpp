@@ -63,10 +63,10 @@ int RunGetFormCommand(const Options &Opts, const std::vector<std::string> &Args)
   return RunThroughTool(Opts, "get-form", Args, false);
 }
 int RunSetCommand(const Options &Opts, const std::vector<std::string> &Args) {
-  return RunThroughTool(Opts, "set", Args, true);
+  return RunSetWithBackups(Opts, "set", Args);
 }
 int RunSetFormCommand(const Options &Opts, const std::vector<std::string> &Args) {
-  return RunThroughTool(Opts, "set-form", Args, true);
+  return RunSetWithBackups(Opts, "set-form", Args);
 }
 
 }  // namespace bioscfgsim
