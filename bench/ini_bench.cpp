@@ -6,9 +6,9 @@
 // file, and the variable calls of the loading alone (the forms are loaded
 // before); passes or fails nothing.
 #include "driver/image_state.h"
+#include "hiibuild/host/hii_export_builder.h"
 #include "ini/ini_parser_bridge.h"
 #include "tools/bioscfg-sim/simulated_machine.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,6 +1,6 @@
 #include "bench/synthetic_forms.h"
 
-#include "tools/hiibuild/hii_export_builder.h"
+#include "hiibuild/host/hii_export_builder.h"
 
 #include <string>
 
@@ -91,7 +91,7 @@ SyntheticDatabase BuildSyntheticDatabase(const SyntheticShape &Shape) {
       Ifr->OneOfWithOptions(Offset, 1, Prompt, Choices, Value);
       Db.Options += Choices.size();
     } else if (Q % 3 == 1) {
-      Ifr->CheckBox(Offset, 1, Prompt, {}, hiibuild::IFR_FLAG_DEFAULT);
+      Ifr->CheckBox(Offset, 1, Prompt, {}, IFR_FLAG_DEFAULT);
       Db.Options += 2;
     } else {
       const hiibuild::NumericRange Range = RangeOf(Q);

@@ -5,6 +5,7 @@
 //   write_synthetic_platform FOLDER QUESTIONS
 //   bioscfg-sim --export FOLDER/platform.hii --variables FOLDER/variables.txt list
 #include "bench/synthetic_forms.h"
+#include "platform/variable_store_text.h"
 #include "tools/bioscfg-sim/platform_files.h"
 
 #include <cstdio>
@@ -20,7 +21,7 @@ int main(int Argc, char **Argv) {
   Shape.Questions = std::atoi(Argv[2]);
   const bench::SyntheticDatabase Synthetic = bench::BuildSyntheticDatabase(Shape);
   const std::string Folder = Argv[1];
-  const std::string Store = bioscfgsim::FormatVariableStore(Synthetic.Variables);
+  const std::string Store = platform::FormatVariableStore(Synthetic.Variables);
   std::string Error;
   if (!bioscfgsim::WriteFileBytes(Folder + "/platform.hii", Synthetic.Export, Error) ||
       !bioscfgsim::WriteFileBytes(Folder + "/variables.txt", std::vector<uint8_t>(Store.begin(), Store.end()), Error)) {

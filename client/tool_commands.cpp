@@ -7,18 +7,26 @@ EFI_STATUS RunSetForm(ToolContext &C);
 EFI_STATUS RunSave(ToolContext &C);
 EFI_STATUS RunLoad(ToolContext &C);
 EFI_STATUS RunList(ToolContext &C);
+EFI_STATUS RunRestore(ToolContext &C);
 
 namespace {
 
 constexpr ToolCommand COMMANDS[] = {
     {"get", "PROMPT...", "read questions by prompt", 1, RunGet},
     {"get-form", "TITLE PROMPT...", "read questions of one form, in form order", 1, RunGetForm},
-    {"set", "PROMPT=VALUE...", "change questions by prompt (VALUE: decimal, 0x-hex or option text)", 1, RunSet},
-    {"set-form", "TITLE PROMPT=VALUE...", "change questions of one form, in form order", 1, RunSetForm},
+    {"set", "[--dry-run] [--backup] PROMPT=VALUE...",
+     "change questions by prompt (VALUE: decimal, 0x-hex or option text); --dry-run changes nothing, --backup saves "
+     "a backup and a snapshot first",
+     1, RunSet},
+    {"set-form", "[--dry-run] [--backup] TITLE PROMPT=VALUE...", "change questions of one form, in form order", 1,
+     RunSetForm},
     {"list", "", "show every question that save would save, with its value and options", 0, RunList},
     {"save", "FILE", "append the visible settings to FILE in the TORVEL_PATH folder", 1, RunSave},
     {"load", "[--dry-run] [--no-backup] FILE",
-     "restore FILE (saving a backup first); --dry-run shows what would change", 1, RunLoad},
+     "restore FILE, saving a backup and a snapshot of the variables first; --dry-run changes nothing and lists "
+     "what the load would change",
+     1, RunLoad},
+    {"restore", "SNAPSHOT", "put back exactly the variables of a snapshot that load or --backup wrote", 1, RunRestore},
 };
 
 }  // namespace
@@ -34,6 +42,7 @@ void PrintUsage(ConsoleWriter &Out) {
   Out.Text("usage: bioscfg-tool [--all] COMMAND OPERANDS...").EndLine();
   Out.Text("  FILE names a file in the TORVEL_PATH folder, as the driver names it").EndLine();
   Out.Text("  --all  let get and set see every question, hidden ones included").EndLine();
+  Out.Text("  --per-question-writes  one write per changed question (default: each changed variable once)").EndLine();
   for (const ToolCommand &Command : COMMANDS) {
     Out.Text("  ").Text(Command.Name).Text(" ").Text(Command.Operands).EndLine();
     Out.Text("      ").Text(Command.Summary).EndLine();

@@ -8,7 +8,7 @@
 // cannot read its variable compares zeros, and a full stack drops the push.
 #include "forms/conditions.h"
 
-#include "forms/framework_hii.h"
+#include "hiibuild/framework_hii.h"
 #include "forms/variable_store.h"
 
 namespace {

@@ -4,7 +4,7 @@
 // one into a buffer of exactly that size. The buffer lies below 4 GiB because
 // one-of option texts point into it and clients read them through 32-bit
 // addresses.
-#include "forms/framework_hii.h"
+#include "hiibuild/framework_hii.h"
 #include "forms/hii_retrieval.h"
 #include "runtime/crt.h"
 #include "runtime/owned.h"

@@ -7,7 +7,7 @@
 // firmware data, so every table, pack and opcode is checked to lie inside
 // the buffer, and an opcode too short for the operands it needs is ignored.
 #include "forms/conditions.h"
-#include "forms/framework_hii.h"
+#include "hiibuild/framework_hii.h"
 #include "forms/question_options.h"
 #include "forms/string_lookup.h"
 #include "forms/variable_store.h"

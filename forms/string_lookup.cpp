@@ -5,7 +5,7 @@
 // a table is parsed, so it is found once per table and remembered.
 #include "forms/string_lookup.h"
 
-#include "forms/framework_hii.h"
+#include "hiibuild/framework_hii.h"
 
 namespace {
 

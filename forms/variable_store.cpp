@@ -5,7 +5,7 @@
 // id. Without packs, questions live in "Setup" under the form set's GUID.
 #include "forms/variable_store.h"
 
-#include "forms/framework_hii.h"
+#include "hiibuild/framework_hii.h"
 #include "forms/variable_read.h"
 
 namespace {

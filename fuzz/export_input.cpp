@@ -1,9 +1,9 @@
 #include "fuzz/export_input.h"
 
 #include "driver/image_state.h"
-#include "forms/framework_hii.h"
 #include "fuzz/fuzz_platform.h"
 #include "fuzz/seed_guids.h"
+#include "hiibuild/framework_hii.h"
 #include "platform/sample_platform.h"
 
 #include <cstring>

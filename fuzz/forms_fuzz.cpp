@@ -5,12 +5,12 @@
 // so that a pointer outside the export shows up under AddressSanitizer, and
 // the pool blocks and page runs must be back where they were.
 #include "driver/image_state.h"
-#include "forms/framework_hii.h"
 #include "forms/option_cursor.h"
 #include "forms/setup_form_database.h"
 #include "fuzz/export_guard.h"
 #include "fuzz/export_input.h"
 #include "fuzz/fuzz_platform.h"
+#include "hiibuild/framework_hii.h"
 #include "runtime/crt.h"
 
 #include <cstdint>

@@ -6,8 +6,7 @@
 // pool block of the translation must be back afterwards.
 #include "fuzz/fuzz_platform.h"
 #include "tools/uefihii/example_lists.h"
-#include "hiicompat/compat_entry.h"
-#include "hiicompat/compat_state.h"
+#include "simimages/images.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -31,12 +30,8 @@ Hii *Loaded() {
     Fw.InstallPciRootBridge();
     Fw.AddStoreOwner(uefihii::VendorDevicePath(uefihii::kExampleOwnerGuid),
                      {sim::BufferStore{uefihii::kExampleStoreGuid, u"Conf", std::vector<uint8_t>(32, 1)}});
-    sim::ImageDescriptor Image;
-    Image.FileName = "hiicompat.efi";
-    Image.Entry = hiicompat::CompatEntry;
-    Image.ResetState = hiicompat::ResetCompatState;
     EFI_HANDLE Handle = nullptr;
-    if (!Fw.InstallImage("fs0:\\tools\\hiicompat.efi", Image) ||
+    if (!Fw.InstallImage("fs0:\\tools\\hiicompat.efi", simimages::HiiCompatImage()) ||
         Fw.LoadAndStart("fs0:\\tools\\hiicompat.efi", &Handle) != EFI_SUCCESS)
       std::abort();
     return static_cast<Hii *>(Fw.FindProtocol(Handle, FRAMEWORK_HII));

@@ -13,11 +13,11 @@
 #include "forms/option_cursor.h"
 #include "fuzz/fuzz_platform.h"
 #include "ini/ini_access.h"
-#include "iniparse/sim_image.h"
 #include "platform/sample_platform.h"
 #include "runtime/crt.h"
 #include "settings/reload_flags.h"
 #include "settings/settings_engine.h"
+#include "simimages/images.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -44,7 +44,7 @@ Importer &TheImporter() {
     fuzz::Machine &M = fuzz::TheMachine();
     M.Fw.InstallHii(platform::Sample().Export, platform::Sample().HiiProtocolGuid, 1);
     PutSampleVariables(M.Fw);
-    if (!M.Fw.InstallImage("fs0:\\tools\\iniparse.efi", sim::IniparseImage())) std::abort();
+    if (!M.Fw.InstallImage("fs0:\\tools\\iniparse.efi", simimages::IniparseImage())) std::abort();
     M.Fw.SetShellVariable(u"TORVEL_PATH", u"fs0:\\tools");
     // The environment is read at start-up: once more, now with TORVEL_PATH.
     if (crt::Startup(M.Image, M.Fw.SystemTable()) != EFI_SUCCESS) std::abort();

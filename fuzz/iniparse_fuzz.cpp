@@ -10,9 +10,9 @@
 // ValueSize bytes (AddressSanitizer watches its end) and must stay
 // untouched unless the key was found.
 #include "inicontract/ini_parser_protocol.h"
-#include "iniparse/sim_image.h"
 #include "sim/firmware.h"
 #include "sim/temp_folder.h"
+#include "simimages/images.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -39,7 +39,7 @@ Platform &TheParser() {
     if (Made->Folder.Path().empty()) std::abort();
     Made->Firmware.MountVolume(Made->Folder.Path());
     Made->Firmware.SetShellVariable(u"TORVEL_PATH", u"fs0:\\");
-    if (!Made->Firmware.InstallImage("fs0:\\iniparse.efi", sim::IniparseImage())) std::abort();
+    if (!Made->Firmware.InstallImage("fs0:\\iniparse.efi", simimages::IniparseImage())) std::abort();
     EFI_HANDLE Image = nullptr;
     if (Made->Firmware.LoadAndStart("fs0:\\iniparse.efi", &Image) != EFI_SUCCESS) std::abort();
     EFI_GUID Guid = INI_PARSER_PROTOCOL_GUID;

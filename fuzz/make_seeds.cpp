@@ -4,8 +4,8 @@
 //
 //   make_seeds OUTPUT_FOLDER
 #include "fuzz/seed_guids.h"
+#include "hiibuild/host/example_exports.h"
 #include "platform/sample_platform.h"
-#include "tools/hiibuild/example_exports.h"
 
 #include <cstdio>
 #include <fstream>

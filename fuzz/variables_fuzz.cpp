@@ -4,17 +4,19 @@
 // a damaged or hostile file must never make the reader step outside the
 // text or the buffers it was lent. Each input is read three times:
 //   - with buffers that take any valid line; a text read whole is written
-//     back by the host tool's writer and read again, and must give the same
-//     variables (so what `--variables` persists is what is read next time);
+//     back by the freestanding writer, into a buffer of exactly the measured
+//     size, and read again, and must give the same variables (so what is
+//     written, by the host tool or on firmware, is what is read next time);
 //   - with small buffers, where every variable handed over must still fit
 //     and the walk must agree with the first read up to where it stops;
 //   - with no visitor, which must reach the same verdict.
 // The error text is made into buffers of every small size and must always
 // end inside them.
+#include "fuzz/fuzz_platform.h"
 #include "platform/sample_platform.h"
 #include "platform/variable_store_text.h"
-#include "tools/bioscfg-sim/platform_files.h"
-#include "fuzz/fuzz_platform.h"
+#include "variablefile/variable_reader.h"
+#include "variablefile/variable_writer.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -36,23 +38,23 @@ struct Taken {
 };
 
 struct Walk {
-  const platform::VariableStoreBuffers *Buffers;
+  const variablefile::VariableStoreBuffers *Buffers;
   std::vector<Taken> Variables;
-  platform::VariableStoreResult Result;
+  variablefile::VariableStoreResult Result;
 };
 
 void Check(bool Holds) {
   if (!Holds) std::abort();
 }
 
-void Take(void *Context, const platform::StoreVariable &V) {
+void Take(void *Context, const variablefile::StoreVariable &V) {
   Walk &W = *static_cast<Walk *>(Context);
-  const platform::VariableStoreBuffers &B = *W.Buffers;
+  const variablefile::VariableStoreBuffers &B = *W.Buffers;
   // Handed-over fields lie in the lent buffers, terminated and in bounds.
   Check(V.Name == B.Name && V.NameLength + 1 <= B.NameUnits && V.Name[V.NameLength] == 0);
-  Check(V.NameLength >= 1 && V.NameLength <= platform::VARIABLE_STORE_MAX_NAME);
+  Check(V.NameLength >= 1 && V.NameLength <= variablefile::VARIABLE_STORE_MAX_NAME);
   for (size_t N = 0; N < V.NameLength; ++N) Check(V.Name[N] > 0x20 && V.Name[N] < 0x7F);
-  Check(V.DataSize <= B.DataBytes && V.DataSize <= platform::VARIABLE_STORE_MAX_DATA);
+  Check(V.DataSize <= B.DataBytes && V.DataSize <= variablefile::VARIABLE_STORE_MAX_DATA);
   Check(V.DataSize == 0 || V.Data == B.Data);
   Check(W.Variables.empty() || V.Line > W.Variables.back().Line);
   Taken T{std::u16string(reinterpret_cast<const char16_t *>(V.Name), V.NameLength), V.Guid, V.Attributes,
@@ -68,43 +70,52 @@ bool SameVariable(const Taken &A, const Taken &B) {
 Walk ReadWith(const std::vector<char> &Text, size_t NameUnits, size_t DataBytes) {
   std::vector<CHAR16> Name(NameUnits);
   std::vector<UINT8> Data(DataBytes);
-  const platform::VariableStoreBuffers Buffers{Name.data(), Name.size(), Data.data(), Data.size()};
+  const variablefile::VariableStoreBuffers Buffers{Name.data(), Name.size(), Data.data(), Data.size()};
   Walk W{&Buffers, {}, {}};
-  W.Result = platform::ReadVariableStore(Text.data(), Text.size(), Buffers, Take, &W);
+  W.Result = variablefile::ReadVariableStore(Text.data(), Text.size(), Buffers, Take, &W);
   W.Buffers = nullptr;
   return W;
 }
 
-void CheckDescriptions(const platform::VariableStoreResult &Result) {
+void CheckDescriptions(const variablefile::VariableStoreResult &Result) {
   char Text[64];
   for (size_t Size = 1; Size <= sizeof Text; Size += 7) {
     std::memset(Text, 'x', sizeof Text);
-    const size_t Written = platform::DescribeVariableStoreError(Result, Text, Size);
+    const size_t Written = variablefile::DescribeVariableStoreError(Result, Text, Size);
     Check(Written < Size && Text[Written] == '\0');
   }
 }
 
-// Reads the host writer's text of Variables and expects them back unchanged.
+// Writes Variables with the freestanding writer into a block of exactly the
+// size it measures (so a write past it is caught) and expects them back.
 void CheckRoundTrip(const std::vector<Taken> &Variables) {
-  std::vector<platform::PlatformVariable> Store;
+  std::vector<variablefile::StoreVariable> Lines;
+  size_t Total = 0;
   for (const Taken &T : Variables) {
-    platform::PlatformVariable P;
-    P.Name = T.Name;
-    P.Guid = T.Guid;
-    P.Attributes = T.Attributes;
-    P.Data = T.Data;
-    Store.push_back(std::move(P));
+    Lines.push_back(variablefile::StoreVariable{reinterpret_cast<const CHAR16 *>(T.Name.data()), T.Name.size(), T.Guid,
+                                                T.Attributes, T.Data.data(), T.Data.size(), 0});
+    const size_t Length = variablefile::VariableLineLength(Lines.back());
+    Check(Length > 0 && Length - 1 <= variablefile::VARIABLE_STORE_MAX_LINE);
+    Total += Length;
   }
-  const std::string Written = bioscfgsim::FormatVariableStore(Store);
-  const Walk Again = ReadWith(std::vector<char>(Written.begin(), Written.end()),
-                              platform::VARIABLE_STORE_MAX_NAME + 1, platform::VARIABLE_STORE_MAX_DATA);
-  Check(Again.Result.Error == platform::VariableStoreError::None);
+  std::vector<char> Written(Total);
+  variablefile::TextBuffer Buffer{Written.data(), Written.size(), 0};
+  for (const variablefile::StoreVariable &Line : Lines)
+    Check(variablefile::AppendVariableLine(Line, Buffer) == variablefile::VariableWriteError::None);
+  Check(Buffer.Used == Total);
+  // A full buffer takes nothing more.
+  if (!Lines.empty())
+    Check(variablefile::AppendVariableLine(Lines[0], Buffer) == variablefile::VariableWriteError::BufferTooSmall &&
+          Buffer.Used == Total);
+
+  const Walk Again = ReadWith(Written, variablefile::VARIABLE_STORE_MAX_NAME + 1, variablefile::VARIABLE_STORE_MAX_DATA);
+  Check(Again.Result.Error == variablefile::VariableStoreError::None);
   Check(Again.Variables.size() == Variables.size());
   for (size_t N = 0; N < Variables.size(); ++N) Check(SameVariable(Again.Variables[N], Variables[N]));
 }
 
 void WriteSeeds(const char *Folder) {
-  fuzz::WriteSeed(Folder, "sample_platform", bioscfgsim::FormatVariableStore(platform::Sample().Variables));
+  fuzz::WriteSeed(Folder, "sample_platform", platform::FormatVariableStore(platform::Sample().Variables));
   fuzz::WriteSeed(Folder, "forms",
                   "# comment\r\n\r\nSetup C7F7C970-FCFF-455D-A884-F67C0E300856 7 0001FF\r\n"
                   "Empty {C7F7C970-FCFF-455D-A884-F67C0E300856} 0x3 -\n"
@@ -122,27 +133,27 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
   // A block of exactly the input's size, so a read past the end is caught.
   const std::vector<char> Text(Data, Data + Size);
 
-  const Walk Full = ReadWith(Text, platform::VARIABLE_STORE_MAX_NAME + 1, platform::VARIABLE_STORE_MAX_DATA);
+  const Walk Full = ReadWith(Text, variablefile::VARIABLE_STORE_MAX_NAME + 1, variablefile::VARIABLE_STORE_MAX_DATA);
   CheckDescriptions(Full.Result);
-  if (Full.Result.Error == platform::VariableStoreError::None) CheckRoundTrip(Full.Variables);
+  if (Full.Result.Error == variablefile::VariableStoreError::None) CheckRoundTrip(Full.Variables);
 
   // Small buffers: the same variables as far as the walk goes, and it can
   // only stop earlier, at a line too big for them, never go further.
   const Walk Small = ReadWith(Text, SMALL_NAME_UNITS, SMALL_DATA_BYTES);
   Check(Small.Variables.size() <= Full.Variables.size());
   for (size_t N = 0; N < Small.Variables.size(); ++N) Check(SameVariable(Small.Variables[N], Full.Variables[N]));
-  if (Small.Result.Error == platform::VariableStoreError::None) {
-    Check(Full.Result.Error == platform::VariableStoreError::None && Small.Variables.size() == Full.Variables.size());
+  if (Small.Result.Error == variablefile::VariableStoreError::None) {
+    Check(Full.Result.Error == variablefile::VariableStoreError::None && Small.Variables.size() == Full.Variables.size());
   } else if (Small.Result.Error != Full.Result.Error || Small.Result.Line != Full.Result.Line) {
-    Check(Small.Result.Error == platform::VariableStoreError::NameTooLong ||
-          Small.Result.Error == platform::VariableStoreError::DataTooLong);
+    Check(Small.Result.Error == variablefile::VariableStoreError::NameTooLong ||
+          Small.Result.Error == variablefile::VariableStoreError::DataTooLong);
   }
 
   // Checking only (no visitor) reaches the same verdict on the same line.
-  std::vector<CHAR16> Name(platform::VARIABLE_STORE_MAX_NAME + 1);
-  std::vector<UINT8> Bytes(platform::VARIABLE_STORE_MAX_DATA);
-  const platform::VariableStoreBuffers Buffers{Name.data(), Name.size(), Bytes.data(), Bytes.size()};
-  const platform::VariableStoreResult Checked = platform::ReadVariableStore(Text.data(), Text.size(), Buffers,
+  std::vector<CHAR16> Name(variablefile::VARIABLE_STORE_MAX_NAME + 1);
+  std::vector<UINT8> Bytes(variablefile::VARIABLE_STORE_MAX_DATA);
+  const variablefile::VariableStoreBuffers Buffers{Name.data(), Name.size(), Bytes.data(), Bytes.size()};
+  const variablefile::VariableStoreResult Checked = variablefile::ReadVariableStore(Text.data(), Text.size(), Buffers,
                                                                           nullptr, nullptr);
   Check(Checked.Error == Full.Result.Error && Checked.Line == Full.Result.Line);
   return 0;

@@ -1,6 +1,6 @@
 #include "hiiprovider/hii_service.h"
 
-#include "forms/framework_hii.h"
+#include "hiibuild/framework_hii.h"
 #include "hiiprovider/provider_state.h"
 #include "runtime/crt.h"
 

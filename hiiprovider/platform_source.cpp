@@ -1,7 +1,7 @@
 #include "hiiprovider/platform_source.h"
 
 #include "hiiprovider/console.h"
-#include "platform/embedded_sample.h"
+#include "hiiprovider/embedded_sample.h"
 
 namespace hiiprovider {
 
@@ -34,7 +34,7 @@ namespace {
 }  // namespace
 
 EFI_STATUS LoadPlatformSource(PlatformSource &Out) {
-  const platform::EmbeddedPlatform Sample = platform::EmbeddedSample();
+  const EmbeddedPlatform Sample = EmbeddedSample();
   const EFI_STATUS Status = ChooseHalf("hii.bin", MAX_EXPORT_FILE_BYTES, Sample.Export, Sample.ExportSize, Out.Export);
   if (Status != EFI_SUCCESS) return Status;
   return ChooseHalf("variables.txt", MAX_VARIABLES_FILE_BYTES, Sample.Variables, Sample.VariablesLength,

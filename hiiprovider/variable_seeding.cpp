@@ -1,9 +1,9 @@
 #include "hiiprovider/variable_seeding.h"
 
 #include "hiiprovider/console.h"
-#include "platform/variable_store_text.h"
 #include "runtime/crt.h"
 #include "runtime/owned.h"
+#include "variablefile/variable_reader.h"
 
 namespace hiiprovider {
 
@@ -17,14 +17,14 @@ struct Seeding {
 };
 
 // What formats the name, the GUID and up to two numbers.
-void SayAbout(const platform::StoreVariable &V, const CHAR16 *What, UINTN First, UINTN Second = 0) {
+void SayAbout(const variablefile::StoreVariable &V, const CHAR16 *What, UINTN First, UINTN Second = 0) {
   CHAR16 Guid[GUID_TEXT_UNITS];
   FormatGuid(V.Guid, Guid);
   Say(What, V.Name, Guid, static_cast<unsigned long>(First), static_cast<unsigned long>(Second));
 }
 
 // Creates one variable unless the firmware has it.
-void SeedOne(void *Context, const platform::StoreVariable &V) {
+void SeedOne(void *Context, const variablefile::StoreVariable &V) {
   Seeding &S = *static_cast<Seeding *>(Context);
   CHAR16 *Name = const_cast<CHAR16 *>(V.Name);  // firmware takes names as non-const
   EFI_GUID Guid = V.Guid;
@@ -66,22 +66,22 @@ UINT32 CreationAttributes(UINT32 FromText) {
 }
 
 EFI_STATUS SeedVariables(const char *Text, size_t Length, const char *Origin, SeedCounts &Counts) {
+  using namespace variablefile;
   Counts = SeedCounts{};
-  crt::HeapPtr<CHAR16> Name(static_cast<CHAR16 *>(crt::malloc((platform::VARIABLE_STORE_MAX_NAME + 1) * sizeof(CHAR16))));
-  crt::HeapPtr<UINT8> Data(static_cast<UINT8 *>(crt::malloc(platform::VARIABLE_STORE_MAX_DATA)));
+  crt::HeapPtr<CHAR16> Name(static_cast<CHAR16 *>(crt::malloc((VARIABLE_STORE_MAX_NAME + 1) * sizeof(CHAR16))));
+  crt::HeapPtr<UINT8> Data(static_cast<UINT8 *>(crt::malloc(VARIABLE_STORE_MAX_DATA)));
   if (!Name || !Data) return EFI_OUT_OF_RESOURCES;
-  const platform::VariableStoreBuffers Buffers{Name.Get(), platform::VARIABLE_STORE_MAX_NAME + 1, Data.Get(),
-                                               platform::VARIABLE_STORE_MAX_DATA};
+  const VariableStoreBuffers Buffers{Name.Get(), VARIABLE_STORE_MAX_NAME + 1, Data.Get(), VARIABLE_STORE_MAX_DATA};
 
-  const platform::VariableStoreResult Checked = platform::ReadVariableStore(Text, Length, Buffers, nullptr, nullptr);
-  if (Checked.Error != platform::VariableStoreError::None) {
+  const VariableStoreResult Checked = ReadVariableStore(Text, Length, Buffers, nullptr, nullptr);
+  if (Checked.Error != VariableStoreError::None) {
     char Reason[DESCRIPTION_CHARS];
-    platform::DescribeVariableStoreError(Checked, Reason, sizeof Reason);
+    DescribeVariableStoreError(Checked, Reason, sizeof Reason);
     Say(W(u"%hs: %hs"), Origin, Reason);
     return EFI_LOAD_ERROR;
   }
   Seeding S{crt::SystemTable()->RuntimeServices, &Counts};
-  (void)platform::ReadVariableStore(Text, Length, Buffers, SeedOne, &S);
+  (void)ReadVariableStore(Text, Length, Buffers, SeedOne, &S);
   return EFI_SUCCESS;
 }
 

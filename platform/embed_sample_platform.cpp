@@ -1,8 +1,8 @@
 // sample-platform-embed OUT.cpp: writes the sample platform (platform::Sample())
 // as a C++ source file of constant data, for images that carry the platform
-// with them (see embedded_sample.h).
+// with them (see hiiprovider/embedded_sample.h).
 #include "platform/sample_platform.h"
-#include "tools/bioscfg-sim/platform_files.h"
+#include "platform/variable_store_text.h"
 
 #include <cstdio>
 #include <fstream>
@@ -47,22 +47,22 @@ int main(int Argc, char **Argv) {
     return 2;
   }
   const platform::SamplePlatform &Sample = platform::Sample();
-  const std::string Variables = bioscfgsim::FormatVariableStore(Sample.Variables);
+  const std::string Variables = platform::FormatVariableStore(Sample.Variables);
   if (!PrintableText(Variables) || Variables.empty() || Variables.back() != '\n') {
     std::fprintf(stderr, "sample-platform-embed: the variable store text cannot be embedded as it is\n");
     return 1;
   }
   std::ofstream Out(Argv[1], std::ios::trunc);
   Out << "// Generated at build time by sample-platform-embed from platform::Sample().\n"
-      << "#include \"platform/embedded_sample.h\"\n\n"
-      << "namespace platform {\n\nnamespace {\n\n"
+      << "#include \"hiiprovider/embedded_sample.h\"\n\n"
+      << "namespace hiiprovider {\n\nnamespace {\n\n"
       << "constinit const UINT8 SAMPLE_EXPORT[] = {" << ByteArray(Sample.Export) << "\n};\n\n"
       << "constinit const char SAMPLE_VARIABLES[] =" << StringLiteral(Variables) << ";\n\n"
       << "}  // namespace\n\n"
       << "EmbeddedPlatform EmbeddedSample() {\n"
       << "  return EmbeddedPlatform{SAMPLE_EXPORT, sizeof SAMPLE_EXPORT, SAMPLE_VARIABLES,\n"
       << "                          sizeof SAMPLE_VARIABLES - 1};\n"
-      << "}\n\n}  // namespace platform\n";
+      << "}\n\n}  // namespace hiiprovider\n";
   Out.close();
   if (!Out) {
     std::fprintf(stderr, "sample-platform-embed: cannot write %s\n", Argv[1]);

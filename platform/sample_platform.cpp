@@ -1,7 +1,7 @@
 // The three form sets and the assembled platform.
 #include "platform/setup_form_writer.h"
 
-#include "tools/hiibuild/byte_writer.h"
+#include "hiibuild/host/byte_writer.h"
 
 #include <memory>
 

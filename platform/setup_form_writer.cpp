@@ -4,7 +4,6 @@
 
 namespace platform {
 
-using hiibuild::IFR_FLAG_DEFAULT;
 using hiibuild::OptionEntry;
 using hiibuild::Text;
 
@@ -62,7 +61,7 @@ QuestionRef SetupFormWriter::OneOf(const Text &Prompt, const std::vector<OptionE
     DefaultListed = DefaultListed || O.Value == Default;
   }
   if (!DefaultListed) throw std::logic_error("default is not one of the options");
-  QuestionRef Ref = Record(hiibuild::IFR_ONE_OF, Prompt, Width, Default, std::move(Values));
+  QuestionRef Ref = Record(IFR_OP_ONE_OF, Prompt, Width, Default, std::move(Values));
   Ifr.OneOfWithOptions(Ref.Offset, Width, Prompt, Options, Default, Help);
   return Ref;
 }
@@ -72,14 +71,14 @@ QuestionRef SetupFormWriter::EnabledDisabled(const Text &Prompt, bool Enabled, c
 }
 
 QuestionRef SetupFormWriter::CheckBox(const Text &Prompt, bool Checked, const Text &Help) {
-  QuestionRef Ref = Record(hiibuild::IFR_CHECKBOX, Prompt, 1, Checked ? 1 : 0);
+  QuestionRef Ref = Record(IFR_OP_CHECKBOX, Prompt, 1, Checked ? 1 : 0);
   Ifr.CheckBox(Ref.Offset, 1, Prompt, Help, Checked ? IFR_FLAG_DEFAULT : 0);
   return Ref;
 }
 
 QuestionRef SetupFormWriter::Numeric(const Text &Prompt, uint8_t Width, const hiibuild::NumericRange &Range,
                                      const Text &Help) {
-  QuestionRef Ref = Record(hiibuild::IFR_NUMERIC, Prompt, Width, Range.Default);
+  QuestionRef Ref = Record(IFR_OP_NUMERIC, Prompt, Width, Range.Default);
   Ifr.Numeric(Ref.Offset, Width, Prompt, Range, Help);
   return Ref;
 }

@@ -4,8 +4,8 @@
 // is recorded for tests and tools. Conditions take the questions they test.
 #pragma once
 
+#include "hiibuild/host/hii_export_builder.h"
 #include "platform/sample_platform.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 #include <string>
 #include <vector>
@@ -61,8 +61,6 @@ class SetupFormWriter {
   void EndIf() { Ifr.EndIf(); }
   void EqualTo(const QuestionRef &Tested, uint16_t Value);
   void EqualToList(const QuestionRef &Tested, const std::vector<uint16_t> &Values);
-
-  uint16_t CurrentFormId() const { return FormId; }
 
  private:
   QuestionRef Record(uint8_t OpCode, const hiibuild::Text &Prompt, uint8_t Width, uint32_t Default,

@@ -218,8 +218,6 @@ EFI_HANDLE Firmware::MountVolume(const std::string &HostFolder, std::vector<uint
   return Handle;
 }
 
-size_t Firmware::VolumeCount() const { return S->Volumes.size(); }
-
 EFI_HANDLE Firmware::VolumeHandle(size_t Index) const {
   return Index < S->Volumes.size() ? S->Volumes[Index]->Handle : nullptr;
 }

@@ -153,7 +153,6 @@ class Firmware {
   // (see device_path.h). Returns the volume's handle.
   EFI_HANDLE MountVolume(const std::string &HostFolder);
   EFI_HANDLE MountVolume(const std::string &HostFolder, std::vector<uint8_t> DevicePath);
-  size_t VolumeCount() const;
   EFI_HANDLE VolumeHandle(size_t Index) const;  // in mount order; nullptr when out of range
 
   // The UEFI Shell's protocol (EFI_SHELL_PROTOCOL) on a handle of its own,

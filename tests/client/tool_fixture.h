@@ -13,9 +13,7 @@
 
 // The tree's message catalog source.
 inline std::string MessagesSource() {
-  return (std::filesystem::path(__FILE__).parent_path().parent_path().parent_path() / "messages" /
-          "bioscfg.messages")
-      .string();
+  return (std::filesystem::path(BIOSCFG_SOURCE_DIR) / "messages" / "bioscfg.messages").string();
 }
 
 inline std::vector<std::string> Lines(const std::string &Text) {

@@ -11,12 +11,12 @@
 // MAX_CALLS_SWEPT times, an even sample of its calls (the first and the last
 // included) is failed instead of all of them.
 #include "driver/image_state.h"
+#include "hiibuild/host/hii_export_builder.h"
 #include "settings/settings_engine.h"
-#include "sim/bioscfg_image.h"
 #include "sim/firmware.h"
 #include "sim/temp_folder.h"
+#include "simimages/images.h"
 #include "tests/support/driver_harness.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 #include <gtest/gtest.h>
 
@@ -79,7 +79,7 @@ class Platform {
     Fw.PutVariable(u"Setup", kFormSetGuid, 0x7, {1, 2, 3, 4});
     Fw.PutVariable(u"Other", kFormSetGuid, 0x7, {12, 0});
     Fw.InstallHii(SweepExport(), kFrameworkHiiProtocolGuid, 1);
-    if (!Fw.InstallImage("fs0:\\tools\\bioscfg.efi", sim::BioscfgImage())) std::abort();
+    if (!Fw.InstallImage("fs0:\\tools\\bioscfg.efi", simimages::BioscfgImage())) std::abort();
   }
 
   sim::Firmware Fw;

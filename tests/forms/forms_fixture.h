@@ -3,12 +3,12 @@
 #pragma once
 
 #include "driver/image_state.h"
-#include "forms/framework_hii.h"
 #include "forms/option_cursor.h"
 #include "forms/setup_form_database.h"
+#include "hiibuild/framework_hii.h"
+#include "hiibuild/host/hii_export_builder.h"
 #include "runtime/crt.h"
 #include "tests/support/sim_fixture.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // installs, and that unloading (or ExitBootServices, for the wrap) puts
 // back everything it changed, the runtime services table's CRC included.
 #include "hiicompat/bridged_stores.h"
-#include "tests/hiicompat/compat_image.h"
+#include "simimages/images.h"
 #include "tests/hiicompat/modern_platform.h"
 
 #include <cstring>
@@ -73,7 +73,7 @@ TEST(LifecycleWithoutUefiHii, RefusesWithNothingToTranslate) {
   Fw.MountVolume(Folder.Path());
   Fw.RemoveRootDeviceIo();
   Fw.InstallPciRootBridge();
-  ASSERT_TRUE(Fw.InstallImage("fs0:\\hiicompat.efi", HiiCompatImage()));
+  ASSERT_TRUE(Fw.InstallImage("fs0:\\hiicompat.efi", simimages::HiiCompatImage()));
   const size_t Handles = Fw.HandleCount();
   EFI_HANDLE Image = nullptr;
   EXPECT_EQ(Fw.LoadAndStart("fs0:\\hiicompat.efi", &Image), EFI_UNSUPPORTED);

@@ -2,9 +2,8 @@
 
 #include "driver/image_state.h"
 #include "forms/option_cursor.h"
-#include "sim/bioscfg_image.h"
 #include "settings/settings_engine.h"
-#include "tests/hiicompat/compat_image.h"
+#include "simimages/images.h"
 
 #include <filesystem>
 #include <fstream>
@@ -31,7 +30,7 @@ void CompatImageTest::SetUp() {
   ASSERT_FALSE(Folder->Path().empty());
   Fw().MountVolume(Folder->Path());
   MakeModern(Fw());
-  ASSERT_TRUE(Fw().InstallImage("fs0:\\hiicompat.efi", HiiCompatImage()));
+  ASSERT_TRUE(Fw().InstallImage("fs0:\\hiicompat.efi", simimages::HiiCompatImage()));
 }
 
 void CompatImageTest::TearDown() {
@@ -86,7 +85,7 @@ void CompatImageTest::StartDriver() {
   std::ofstream(Tools + "/bioscfg.str", std::ios::binary)
       .write(reinterpret_cast<const char *>(Catalog.data()), static_cast<std::streamsize>(Catalog.size()));
   Fw().SetShellVariable(u"TORVEL_PATH", u"fs0:\\tools");
-  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\bioscfg.efi", sim::BioscfgImage()));
+  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\bioscfg.efi", simimages::BioscfgImage()));
   ASSERT_EQ(Fw().LoadAndStart("fs0:\\tools\\bioscfg.efi", &DriverImage), EFI_SUCCESS);
   EFI_GUID Guid = BIOS_CONFIG_PROTOCOL_GUID;
   void *Interface = nullptr;
@@ -153,7 +152,7 @@ void CompatDriverTest::SetUp() {
 
 void CompatDriverTest::PreparePlatform() {
   MakeModern(Fw());
-  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\hiicompat.efi", HiiCompatImage()));
+  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\hiicompat.efi", simimages::HiiCompatImage()));
   AddForms();
   ASSERT_EQ(Fw().LoadAndStart("fs0:\\tools\\hiicompat.efi", &CompatHandle), EFI_SUCCESS);
 }

@@ -1,6 +1,6 @@
 #include "tests/hiiprovider/demo_platform.h"
 
-#include "tools/hiibuild/hii_export_builder.h"
+#include "hiibuild/host/hii_export_builder.h"
 
 #include <fstream>
 

@@ -3,12 +3,12 @@
 // no root device I/O, as on OVMF), then the driver, and a session sees the
 // forms and the values the provider serves.
 #include "driver/image_state.h"
-#include "hiiprovider/sim_image.h"
+#include "hiibuild/host/hii_export_builder.h"
 #include "platform/sample_platform.h"
 #include "settings/settings_engine.h"
+#include "simimages/images.h"
 #include "tests/hiiprovider/demo_platform.h"
 #include "tests/support/driver_harness.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 namespace {
 
@@ -49,7 +49,7 @@ const ProviderCase Cases[] = {
 class ProviderDriverTest : public DriverTest, public ::testing::WithParamInterface<ProviderCase> {
  protected:
   void PreparePlatform() override {
-    ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\hiiprovider.efi", hiiprovider::HiiProviderImage()));
+    ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\hiiprovider.efi", simimages::HiiProviderImage()));
     Fw().RemoveRootDeviceIo();
     GetParam().Prepare(Fw(), ToolsDir());
     ASSERT_EQ(Fw().LoadAndStart("fs0:\\tools\\hiiprovider.efi", &Provider), EFI_SUCCESS);

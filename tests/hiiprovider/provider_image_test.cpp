@@ -2,9 +2,9 @@
 // Framework HII and no device I/O on the root device path until the
 // provider brings them. Loaded from a simulated volume as the Shell's
 // `load` does.
-#include "forms/framework_hii.h"
-#include "hiiprovider/sim_image.h"
+#include "hiibuild/framework_hii.h"
 #include "platform/sample_platform.h"
+#include "simimages/images.h"
 #include "tests/hiiprovider/demo_platform.h"
 #include "tests/support/sim_fixture.h"
 
@@ -22,7 +22,7 @@ class ProviderImageTest : public SimTest {
  protected:
   void SetUp() override {
     SimTest::SetUp();
-    Fw().RegisterImage(hiiprovider::HiiProviderImage());
+    Fw().RegisterImage(simimages::HiiProviderImage());
     Fw().RemoveRootDeviceIo();  // as on OVMF
     // A Shell variable gives the provider's runtime an environment to hold,
     // so memory left behind by a failed start shows.
@@ -38,7 +38,7 @@ class ProviderImageTest : public SimTest {
   // Loads and starts fs0:\FOLDER\hiiprovider.efi; keeps the handle on success.
   EFI_STATUS Load(const std::string &Folder = "tools") {
     EFI_HANDLE Handle = nullptr;
-    if (!Fw().InstallImage("fs0:\\" + Folder + "\\hiiprovider.efi", hiiprovider::HiiProviderImage())) return EFI_ABORTED;
+    if (!Fw().InstallImage("fs0:\\" + Folder + "\\hiiprovider.efi", simimages::HiiProviderImage())) return EFI_ABORTED;
     const EFI_STATUS Status = Fw().LoadAndStart("fs0:\\" + Folder + "\\hiiprovider.efi", &Handle);
     if (Status == EFI_SUCCESS) Provider = Handle;
     return Status;

@@ -1,6 +1,6 @@
 #include "tests/ini/ini_fixture.h"
 
-#include "iniparse/sim_image.h"
+#include "simimages/images.h"
 
 #include <fstream>
 #include <sstream>
@@ -14,7 +14,7 @@ size_t IniTest::PoolBlocksOfOtherImages() { return iniparse_crt::LiveBlockCount(
 
 void IniTest::PreparePlatform() {
   SettingsTest::PreparePlatform();
-  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\iniparse.efi", sim::IniparseImage()));
+  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\iniparse.efi", simimages::IniparseImage()));
 }
 
 std::string IniTest::ReadIni(const std::string &Name) {

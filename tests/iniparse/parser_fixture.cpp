@@ -1,7 +1,7 @@
 #include "tests/iniparse/parser_fixture.h"
 
 #include "iniparse/image_entry.h"
-#include "iniparse/sim_image.h"
+#include "simimages/images.h"
 
 #include <fstream>
 #include <vector>
@@ -23,7 +23,7 @@ constexpr size_t AUX_BYTES = 150;
 void ParserImageTest::SetUp() {
   SimTest::SetUp();
   SetTorvelPath(u"fs0:\\tools");
-  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\iniparse.efi", sim::IniparseImage()));
+  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\iniparse.efi", simimages::IniparseImage()));
 }
 
 void ParserImageTest::TearDown() {

@@ -1,13 +1,16 @@
-// The host tool's platform files: the variable store text and the export
-// header detection.
+// The host tool's platform files: the variable store text of the host's
+// variable lists and the export header detection.
+#include "hiibuild/host/hii_export_builder.h"
+#include "platform/variable_store_text.h"
 #include "tools/bioscfg-sim/platform_files.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
 using namespace bioscfgsim;
+using platform::FormatVariableStore;
+using platform::ParseVariableStore;
 
 // The sample's variables survive a round trip; comments, blank lines, bare
 // GUIDs, hex attributes and empty data ("-") are accepted.
@@ -58,7 +61,7 @@ TEST(ExportFile, HeaderStyleSelectsTheServingProtocol) {
     Export.AddTable(platform::gSampleSetupFormSetGuid).Ifr().Form(1, u"Main").EndForm();
     EXPECT_TRUE(hiibuild::GuidsEqual(HiiProtocolOf(Export.Build()), Export.ProtocolGuid()));
   }
-  EXPECT_TRUE(hiibuild::GuidsEqual(HiiProtocolOf({}), hiibuild::gFrameworkHiiProtocolGuid));
+  EXPECT_TRUE(hiibuild::GuidsEqual(HiiProtocolOf({}), gFrameworkHiiProtocolGuid));
 }
 
 }  // namespace

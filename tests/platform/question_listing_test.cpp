@@ -7,8 +7,8 @@
 // again and review the difference:
 //   BIOSCFG_RECORD_LISTINGS=1 build/tests/platform/platform_tests --gtest_filter='QuestionListing.*'
 #include "fuzz/seed_guids.h"
+#include "hiibuild/host/example_exports.h"
 #include "tools/bioscfg-sim/commands.h"
-#include "tools/hiibuild/example_exports.h"
 
 #include <gtest/gtest.h>
 

@@ -4,10 +4,10 @@
 // their forms once their variable changes and the forms are reloaded.
 #include "driver/image_state.h"
 #include "forms/option_cursor.h"
+#include "hiibuild/host/hii_export_builder.h"
 #include "platform/sample_platform.h"
 #include "settings/settings_engine.h"
 #include "tests/support/driver_harness.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The sample platform's default variables against its question records.
+#include "hiibuild/host/hii_export_builder.h"
 #include "platform/sample_platform.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 #include <gtest/gtest.h>
 
@@ -31,7 +31,7 @@ TEST(SamplePlatform, DefaultsFitTheirVariablesWithoutOverlap) {
       Stored |= static_cast<uint32_t>(V->Data[Q.Offset + I]) << (8 * I);
     }
     EXPECT_EQ(Stored, Q.Default) << Prompt;
-    if (Q.OpCode == IFR_ONE_OF) {
+    if (Q.OpCode == IFR_OP_ONE_OF) {
       bool Listed = false;
       for (uint16_t Value : Q.OptionValues) Listed = Listed || Value == Q.Default;
       EXPECT_TRUE(Listed) << Prompt << " default is no option";

@@ -3,8 +3,8 @@
 // firmware's variables back.
 #pragma once
 
+#include "hiibuild/host/hii_export_builder.h"
 #include "tests/support/driver_harness.h"
-#include "tools/hiibuild/hii_export_builder.h"
 
 #include <deque>
 #include <functional>

@@ -1,6 +1,6 @@
 #include "tests/support/driver_harness.h"
 
-#include "sim/bioscfg_image.h"
+#include "simimages/images.h"
 #include "tools/strc/catalog_image.h"
 #include "tools/strc/catalog_source.h"
 
@@ -17,9 +17,8 @@ const EFI_GUID kFrameworkHiiProtocolGuid = {
 
 namespace {
 
-// The repository root, found from this file's own path (CMake compiles it
-// by absolute path).
-fs::path SourceRoot() { return fs::path(__FILE__).parent_path().parent_path().parent_path(); }
+// The repository root (tests/support/CMakeLists.txt).
+fs::path SourceRoot() { return fs::path(BIOSCFG_SOURCE_DIR); }
 
 }  // namespace
 
@@ -50,7 +49,7 @@ void DriverTest::SetUp() {
   SetTorvelPath(u"fs0:\\tools");
   PreparePlatform();
   // After the platform is complete: with a Shell, fs0: may be another disk.
-  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\bioscfg.efi", sim::BioscfgImage()));
+  ASSERT_TRUE(Fw().InstallImage("fs0:\\tools\\bioscfg.efi", simimages::BioscfgImage()));
   ASSERT_EQ(LoadDriver(), EFI_SUCCESS);
 }
 

@@ -1,6 +1,7 @@
 #include "tools/bioscfg-sim/commands.h"
 
 #include "driver/image_state.h"
+#include "platform/variable_store_text.h"
 #include "settings/settings_engine.h"
 #include "tools/bioscfg-sim/question_listing.h"
 #include "tools/bioscfg-sim/simulated_machine.h"
@@ -33,7 +34,7 @@ bool LoadPlatform(const Options &Opts, PlatformInput &Out, std::string &Error) {
   }
   std::vector<uint8_t> Text;
   if (!ReadFileBytes(Opts.VariablesPath, Text, Error)) return false;
-  if (!ParseVariableStore(std::string(Text.begin(), Text.end()), Out.Variables, Error)) {
+  if (!platform::ParseVariableStore(std::string(Text.begin(), Text.end()), Out.Variables, Error)) {
     Error = Opts.VariablesPath + ": " + Error;
     return false;
   }
@@ -84,7 +85,7 @@ static int RunExportPlatform(const Options &, const std::vector<std::string> &Ar
   std::string Error;
   std::string ExportPath = (fs::path(Args[0]) / "hii.bin").string();
   std::string VariablesPath = (fs::path(Args[0]) / "variables.txt").string();
-  std::string Store = FormatVariableStore(Sample.Variables);
+  std::string Store = platform::FormatVariableStore(Sample.Variables);
   if (!WriteFileBytes(ExportPath, Sample.Export, Error)) return Fail(Error);
   if (!WriteFileBytes(VariablesPath, std::vector<uint8_t>(Store.begin(), Store.end()), Error)) return Fail(Error);
   std::printf("%s\n%s\n", ExportPath.c_str(), VariablesPath.c_str());

@@ -1,9 +1,7 @@
 #include "tools/bioscfg-sim/platform_files.h"
 
-#include "platform/variable_store_text.h"
-#include "tools/hiibuild/hii_export_builder.h"
+#include "hiibuild/host/hii_export_builder.h"
 
-#include <cstdio>
 #include <fstream>
 
 namespace bioscfgsim {
@@ -15,9 +13,9 @@ PlatformInput SamplePlatformInput() {
 
 EFI_GUID HiiProtocolOf(const std::vector<uint8_t> &Export) {
   if (Export.size() >= 20 &&
-      hiibuild::GuidsEqual(hiibuild::GetGuid(Export, 4), hiibuild::gFrameworkHiiRevisedProtocolGuid))
-    return hiibuild::gFrameworkHiiRevisedProtocolGuid;
-  return hiibuild::gFrameworkHiiProtocolGuid;
+      hiibuild::GuidsEqual(hiibuild::GetGuid(Export, 4), gFrameworkHiiLaterProtocolGuid))
+    return gFrameworkHiiLaterProtocolGuid;
+  return gFrameworkHiiProtocolGuid;
 }
 
 bool ReadFileBytes(const std::string &Path, std::vector<uint8_t> &Out, std::string &Error) {
@@ -51,56 +49,6 @@ bool WriteFileBytes(const std::string &Path, const std::vector<uint8_t> &Bytes, 
     return false;
   }
   return true;
-}
-
-namespace {
-
-// Collects the reader's variables; they live only during the callback.
-void KeepVariable(void *Context, const platform::StoreVariable &V) {
-  auto &Out = *static_cast<std::vector<platform::PlatformVariable> *>(Context);
-  platform::PlatformVariable Kept;
-  Kept.Name.assign(reinterpret_cast<const char16_t *>(V.Name), V.NameLength);
-  Kept.Guid = V.Guid;
-  Kept.Attributes = V.Attributes;
-  Kept.Data.assign(V.Data, V.Data + V.DataSize);
-  Out.push_back(std::move(Kept));
-}
-
-}  // namespace
-
-bool ParseVariableStore(const std::string &Text, std::vector<platform::PlatformVariable> &Out,
-                        std::string &Error) {
-  Out.clear();
-  std::vector<CHAR16> Name(platform::VARIABLE_STORE_MAX_NAME + 1);
-  std::vector<UINT8> Data(platform::VARIABLE_STORE_MAX_DATA);
-  const platform::VariableStoreBuffers Buffers{Name.data(), Name.size(), Data.data(), Data.size()};
-  const platform::VariableStoreResult Result =
-      platform::ReadVariableStore(Text.data(), Text.size(), Buffers, KeepVariable, &Out);
-  if (Result.Error == platform::VariableStoreError::None) return true;
-  char Reason[160];
-  platform::DescribeVariableStoreError(Result, Reason, sizeof Reason);
-  Error = Reason;
-  Out.clear();
-  return false;
-}
-
-std::string FormatVariableStore(const std::vector<platform::PlatformVariable> &Variables) {
-  std::string Text = "# NAME GUID ATTRIBUTES DATA\n";
-  for (const auto &V : Variables) {
-    Text += std::string(V.Name.begin(), V.Name.end()) + " " + hiibuild::GuidToString(V.Guid) + " ";
-    char Attributes[16];
-    std::snprintf(Attributes, sizeof Attributes, "0x%X", V.Attributes);
-    Text += Attributes;
-    Text += " ";
-    if (V.Data.empty()) Text += "-";
-    for (uint8_t B : V.Data) {
-      char Hex[3];
-      std::snprintf(Hex, sizeof Hex, "%02X", B);
-      Text += Hex;
-    }
-    Text += "\n";
-  }
-  return Text;
 }
 
 }  // namespace bioscfgsim

@@ -1,6 +1,6 @@
 // The two files that describe a platform to bioscfg-sim: the HII export
 // (raw bytes) and the variable store (text, one variable per line:
-// NAME GUID ATTRIBUTES DATA; see README.md).
+// NAME GUID ATTRIBUTES DATA; read and written by platform/variable_store_text.h).
 #pragma once
 
 #include "platform/sample_platform.h"
@@ -28,10 +28,5 @@ PlatformInput SamplePlatformInput();
 // Reads a whole file; false with a reason in Error.
 [[nodiscard]] bool ReadFileBytes(const std::string &Path, std::vector<uint8_t> &Out, std::string &Error);
 [[nodiscard]] bool WriteFileBytes(const std::string &Path, const std::vector<uint8_t> &Bytes, std::string &Error);
-
-// Parses the variable store text. On failure, Error reads "line N: ...".
-[[nodiscard]] bool ParseVariableStore(const std::string &Text, std::vector<platform::PlatformVariable> &Out,
-                        std::string &Error);
-std::string FormatVariableStore(const std::vector<platform::PlatformVariable> &Variables);
 
 }  // namespace bioscfgsim

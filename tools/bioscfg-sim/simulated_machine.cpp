@@ -1,9 +1,7 @@
 #include "tools/bioscfg-sim/simulated_machine.h"
 
-#include "client/tool_image.h"
-#include "iniparse/sim_image.h"
-#include "sim/bioscfg_image.h"
 #include "sim/text.h"
+#include "simimages/images.h"
 #include "tools/strc/catalog_image.h"
 
 #include <cstdio>
@@ -48,9 +46,9 @@ bool SimulatedMachine::Start(PlatformInput Platform, const std::string &Messages
   Fw->InstallHii(std::move(Platform.Export), Platform.HiiProtocolGuid);
   for (const auto &V : Platform.Variables) Fw->PutVariable(V.Name, V.Guid, V.Attributes, V.Data);
   StartVariables = Platform.Variables;
-  if (!Fw->InstallImage("fs0:\\tools\\bioscfg-tool.efi", sim::ToolImage()) ||
-      !Fw->InstallImage("fs0:\\tools\\iniparse.efi", sim::IniparseImage()) ||
-      !Fw->InstallImage("fs0:\\tools\\bioscfg.efi", sim::BioscfgImage())) {
+  if (!Fw->InstallImage("fs0:\\tools\\bioscfg-tool.efi", simimages::ToolImage()) ||
+      !Fw->InstallImage("fs0:\\tools\\iniparse.efi", simimages::IniparseImage()) ||
+      !Fw->InstallImage("fs0:\\tools\\bioscfg.efi", simimages::BioscfgImage())) {
     Error = "cannot place the images on fs0:";
     return false;
   }

@@ -2,6 +2,7 @@
 // (bioscfg-tool.efi), started inside the simulated machine with the same
 // operands, so its output here is what it prints on firmware. Changes to
 // the variables are kept in the --variables file when one is named.
+#include "platform/variable_store_text.h"
 #include "tools/bioscfg-sim/commands.h"
 #include "tools/bioscfg-sim/simulated_machine.h"
 
@@ -19,7 +20,7 @@ int Fail(const std::string &Why) {
 
 // Writes the variables back to the file they came from (or creates it).
 bool KeepVariables(const Options &Opts, const SimulatedMachine &Machine, std::string &Error) {
-  const std::string Store = FormatVariableStore(Machine.CurrentVariables());
+  const std::string Store = platform::FormatVariableStore(Machine.CurrentVariables());
   return WriteFileBytes(Opts.VariablesPath, std::vector<uint8_t>(Store.begin(), Store.end()), Error);
 }
 
