@@ -5,7 +5,11 @@
 # story of tests/qemu/scenario.steps: the settings before, values refused
 # and set, an INI file saved, edited INI files loaded, the settings after a
 # reset. The same steps run in the simulator too, and the run fails unless
-# both print the same lines and write the same INI files.
+# both print the same lines and write the same INI files. Then plain OVMF,
+# with no provider, boots twice more: hiicompat.efi presents the firmware's
+# own UEFI HII forms to the driver, which reads them, changes OVMF's
+# preferred resolution by option text and refuses a non-option; after the
+# reset the firmware still holds the change.
 #
 #   ./scripts/demo.sh          on firmware (on the host when QEMU or OVMF is missing)
 #   ./scripts/demo.sh --host   the same story in bioscfg-sim only (a second or so)
@@ -26,6 +30,7 @@ esac
 source "$root/tests/qemu/qemu_lib.sh"
 source "$root/tests/qemu/scenario_lib.sh"
 source "$root/tests/qemu/scenario_account.sh"
+source "$root/tests/qemu/compat_account.sh"
 if [ "$mode" = firmware ] && ! qemu_available; then
   echo "demo: QEMU, OVMF or mtools missing: the story runs in the simulator instead"
   mode=host
@@ -34,7 +39,7 @@ fi
 build=$root/build
 work=$build/demo
 targets=(bioscfg-sim)
-[ "$mode" = firmware ] && targets+=(bioscfg_efi bioscfg_str iniparse_efi hiiprovider_efi bioscfg-tool_efi)
+[ "$mode" = firmware ] && targets+=(bioscfg_efi bioscfg_str iniparse_efi hiiprovider_efi bioscfg-tool_efi hiicompat_efi)
 echo "demo: building ${targets[*]} in $build ..."
 cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build "$build" -j"$(nproc)" --target "${targets[@]}" >"$work.build.log" 2>&1 ||
@@ -67,3 +72,19 @@ echo
 echo "The firmware printed the same lines and wrote the same INI files as the simulator"
 echo "given the same steps ($SCENARIO_TOOL_STEPS tool steps; $(sed -n 's/^qemu: figures: [^;]*; //p' "$work.log"))."
 echo "Transcripts: $work/firmware/machine/*.txt; the run's log: $work.log"
+
+echo
+echo "demo: booting plain OVMF twice more, with no provider (about 20 s) ..."
+if ! "$root/tests/qemu/compat.sh" "$build" "$work/compat" >"$work.compat.log" 2>&1; then
+  grep -E 'FAIL|qemu: [^o]' "$work.compat.log" >&2 || cat "$work.compat.log" >&2
+  echo "demo: the run on plain OVMF failed; its log: $work.compat.log" >&2
+  exit 1
+fi
+echo
+echo "bioscfg on OVMF's own setup forms: the Shell loads hiicompat.efi, iniparse.efi and"
+echo "bioscfg.efi from fs1:\\tools; hiicompat presents the firmware's UEFI 2.x HII database"
+echo "as the Framework one the driver reads, and its buffer stores through Config Routing."
+compat_account "$work/compat"
+echo
+echo "Every check of the run passed ($(sed -n 's/^qemu: figures: //p' "$work.compat.log"))."
+echo "Transcripts: $work/compat/*.txt"

@@ -14,7 +14,9 @@ const char *ServiceName(Service S) {
       "OpenVolume", "FileOpen", "FileClose", "FileRead", "FileWrite",
       "FileGetPosition", "FileSetPosition", "FileGetInfo", "FileFlush",
       "HiiExportDatabase",
-      "FileDelete", "FileSetInfo"};
+      "FileDelete", "FileSetInfo",
+      "HiiNewPackageList", "HiiExportPackageLists", "ConfigExtract", "ConfigRoute",
+      "RootBridgeAccess"};
   static_assert(sizeof Names / sizeof Names[0] == static_cast<size_t>(Service::Count));
   const auto Index = static_cast<size_t>(S);
   return Index < static_cast<size_t>(Service::Count) ? Names[Index] : "?";

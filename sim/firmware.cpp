@@ -4,6 +4,8 @@
 #include "sim/file_handle.h"
 #include "sim/firmware_state.h"
 #include "sim/hii_record.h"
+#include "sim/root_bridge_state.h"
+#include "sim/uefi_hii_state.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -43,6 +45,7 @@ Firmware::Firmware() : S(std::make_unique<State>()) {
   WireImageServices(*System->BootServices);
   WireVariableServices(*System->RuntimeServices);
   WireMiscServices(*System->BootServices, *System->RuntimeServices);
+  WireEventServices(*System->BootServices);
   SealTables();
 
   // The root device: a device I/O stand-in on a handle whose device path is

@@ -11,6 +11,7 @@
 #include "runtime/uefi.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -30,6 +31,8 @@ enum class Service {
   FileGetPosition, FileSetPosition, FileGetInfo, FileFlush,
   HiiExportDatabase,
   FileDelete, FileSetInfo,
+  HiiNewPackageList, HiiExportPackageLists, ConfigExtract, ConfigRoute,
+  RootBridgeAccess,
   Count
 };
 const char *ServiceName(Service S);
@@ -51,6 +54,27 @@ struct VariableRecord {
   EFI_GUID Guid{};
   UINT32 Attributes = 0;
   std::vector<uint8_t> Data;
+};
+
+// A buffer store a simulated driver owns: Config Access is the only way to
+// its bytes.
+struct BufferStore {
+  EFI_GUID Guid{};
+  std::u16string Name;
+  std::vector<uint8_t> Bytes;
+};
+// Whether an owner takes the bytes a change proposes for one of its stores:
+// EFI_SUCCESS, or the refusal its RouteConfig returns.
+using StoreCheck = std::function<EFI_STATUS(const BufferStore &Proposed)>;
+
+// What the simulated PCI root bridge serves: a memory window at MmioBase,
+// the 64 KiB I/O port space, and 256-byte configuration spaces keyed by
+// bus << 16 | device << 8 | function (a missing function reads all ones).
+struct PciRootBridgeSpaces {
+  uint64_t MmioBase = 0;
+  std::vector<uint8_t> Mmio;
+  std::vector<uint8_t> Io;
+  std::map<uint32_t, std::vector<uint8_t>> Config;
 };
 
 // {158DEF5A-F656-419C-B027-7A3192C079D2}: where the UEFI Shell keeps `set` values.
@@ -149,6 +173,31 @@ class Firmware {
                                      int HandleCount = 1);
   void SetHiiExport(std::vector<uint8_t> Export);
 
+  // UEFI 2.x HII, as modern firmware has it (sim/README.md): the HII
+  // database (EFI_HII_DATABASE_PROTOCOL) and Config Routing on a handle of
+  // their own. Returns that handle; a second call returns it again.
+  EFI_HANDLE InstallUefiHii();
+  // Registers a package list through NewPackageList, as a driver does; a
+  // DriverHandle with a device path gives the list its device path package.
+  [[nodiscard]] EFI_STATUS AddPackageList(const std::vector<uint8_t> &List, EFI_HANDLE DriverHandle,
+                                          void **HiiHandle = nullptr);
+  // Makes ExportPackageLists serve exactly Raw (malformed input for tests);
+  // nullopt goes back to the database.
+  void ServeRawPackageLists(std::optional<std::vector<uint8_t>> Raw);
+  // A simulated driver owning Stores through EFI_HII_CONFIG_ACCESS_PROTOCOL,
+  // on a new handle with DevicePath. Check (when given) decides whether it
+  // takes a change. Returns the handle.
+  EFI_HANDLE AddStoreOwner(const std::vector<uint8_t> &DevicePath, std::vector<BufferStore> Stores,
+                           StoreCheck Check = {});
+  // An owner's store as it holds it now, or nullopt.
+  std::optional<BufferStore> OwnedStore(EFI_HANDLE Owner, const EFI_GUID &Guid, const std::u16string &Name) const;
+  void SetOwnedStore(EFI_HANDLE Owner, const BufferStore &Store);
+
+  // EFI_PCI_ROOT_BRIDGE_IO_PROTOCOL (segment 0) on a handle whose device path
+  // is PciRoot(0x0). Returns the handle; a second call returns it again.
+  EFI_HANDLE InstallPciRootBridge();
+  PciRootBridgeSpaces &RootBridge();
+
   // Call counters and fault injection.
   uint64_t Calls(Service S) const;
   void ResetCounters();
@@ -175,6 +224,11 @@ class Firmware {
   // ResetSystem was called.
   std::optional<UINTN> WatchdogTimeout() const;
   bool ResetRequested() const;
+
+  // Runs the notification functions of the EVT_SIGNAL_EXIT_BOOT_SERVICES
+  // events, as ExitBootServices does (the platform goes on afterwards).
+  void SignalExitBootServices();
+  size_t EventCount() const;  // events created and not closed
 
   struct State;  // implementation
 

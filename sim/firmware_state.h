@@ -60,7 +60,15 @@ struct Volume {
 
 struct OpenFile;
 struct HiiRecord;
+struct UefiHiiState;
+struct RootBridgeState;
 struct PoolHeader;
+
+struct EventRecord {
+  uintptr_t Id = 0;
+  EFI_EVENT_NOTIFY Notify = nullptr;
+  void *Context = nullptr;
+};
 
 struct PendingFault {
   Service Target;
@@ -128,6 +136,14 @@ struct Firmware::State {
   std::vector<uint8_t> HiiExport;
   std::vector<std::unique_ptr<HiiRecord>> HiiRecords;
 
+  // UEFI 2.x HII and the PCI root bridge, once installed.
+  std::unique_ptr<UefiHiiState> UefiHii;
+  std::unique_ptr<RootBridgeState> RootBridge;
+
+  // Events waiting for ExitBootServices.
+  std::vector<EventRecord> Events;
+  uintptr_t NextEventId = 1;
+
   // Miscellaneous platform services.
   EFI_TPL Tpl = TPL_APPLICATION;
   uint64_t MonotonicCount = 0;
@@ -149,6 +165,7 @@ void WireHandleServices(EFI_BOOT_SERVICES &Boot);
 void WireImageServices(EFI_BOOT_SERVICES &Boot);
 void WireVariableServices(EFI_RUNTIME_SERVICES &Runtime);
 void WireMiscServices(EFI_BOOT_SERVICES &Boot, EFI_RUNTIME_SERVICES &Runtime);
+void WireEventServices(EFI_BOOT_SERVICES &Boot);
 EFI_SYSTEM_TABLE *SystemTableInstance();
 // Recomputes the header CRCs after a table changed.
 void SealTables();

@@ -1,4 +1,4 @@
-// Our four UEFI images as the simulated firmware loads them (host only).
+// Our five UEFI images as the simulated firmware loads them (host only).
 //
 // The simulator knows UEFI, not our images: a test or tool registers each
 // image it needs with sim::Firmware::InstallImage (or RegisterImage) under
@@ -20,6 +20,10 @@ sim::ImageDescriptor IniparseImage();
 
 // hiiprovider.efi: the Framework HII provider (entry ProviderEntry).
 sim::ImageDescriptor HiiProviderImage();
+
+// hiicompat.efi: the compatibility image for UEFI 2.x firmware (entry
+// CompatEntry, ResetCompatState).
+sim::ImageDescriptor HiiCompatImage();
 
 // bioscfg-tool.efi: the configuration tool, an application (loader data),
 // so the simulator unloads it whenever its entry point returns.
