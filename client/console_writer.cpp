@@ -57,8 +57,7 @@ ConsoleWriter &ConsoleWriter::Escaped(const CHAR16 *Wide, UINT32 Length) {
   return *this;
 }
 
-ConsoleWriter &ConsoleWriter::QuotedBytes(const char *Bytes, UINTN Length) {
-  Put('"');
+ConsoleWriter &ConsoleWriter::EscapedBytes(const char *Bytes, UINTN Length) {
   for (UINTN Index = 0; Index < Length; ++Index) {
     const UINT8 Byte = static_cast<UINT8>(Bytes[Index]);
     if (Byte >= 0x20 && Byte < 0x7F && Byte != '"' && Byte != '\\') {
@@ -67,6 +66,12 @@ ConsoleWriter &ConsoleWriter::QuotedBytes(const char *Bytes, UINTN Length) {
       Text("\\u").Hex(Byte, 4);
     }
   }
+  return *this;
+}
+
+ConsoleWriter &ConsoleWriter::QuotedBytes(const char *Bytes, UINTN Length) {
+  Put('"');
+  EscapedBytes(Bytes, Length);
   Put('"');
   return *this;
 }

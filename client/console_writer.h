@@ -28,6 +28,8 @@ class ConsoleWriter {
   ConsoleWriter &Escaped(const CHAR16 *Wide, UINT32 Length);
   // 8-bit text (as INI files hold it) with the same escapes and quotes.
   ConsoleWriter &QuotedBytes(const char *Bytes, UINTN Length);
+  // The same escapes without quotes.
+  ConsoleWriter &EscapedBytes(const char *Bytes, UINTN Length);
   ConsoleWriter &EndLine();
   void Flush();
 

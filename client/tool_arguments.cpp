@@ -80,6 +80,8 @@ bool TakeFlag(const CHAR16 *Flag, ToolArguments &Parsed) {
     Parsed.Backup = true;
   } else if (ArgumentIs(Flag, "--dry-run")) {
     Parsed.DryRun = true;
+  } else if (ArgumentIs(Flag, "--json")) {
+    Parsed.Json = true;
   } else if (ArgumentIs(Flag, "--per-question-writes")) {
     Parsed.PerQuestionWrites = true;
   } else if (ArgumentIs(Flag, "-h") || ArgumentIs(Flag, "--help")) {

@@ -14,6 +14,7 @@ struct ToolArguments {
   bool Backup = false;        // --backup (set, set-form)
   bool DryRun = false;        // --dry-run (load, set, set-form)
   bool PerQuestionWrites = false;  // --per-question-writes
+  bool Json = false;               // --json (show)
   bool Help = false;          // -h / --help
   const CHAR16 *Unknown = nullptr;  // the first flag the tool does not know
   const CHAR16 *Command = nullptr;

@@ -8,6 +8,9 @@ EFI_STATUS RunSave(ToolContext &C);
 EFI_STATUS RunLoad(ToolContext &C);
 EFI_STATUS RunList(ToolContext &C);
 EFI_STATUS RunRestore(ToolContext &C);
+EFI_STATUS RunShow(ToolContext &C);
+EFI_STATUS RunCompare(ToolContext &C);
+EFI_STATUS RunCapture(ToolContext &C);
 
 namespace {
 
@@ -20,7 +23,15 @@ constexpr ToolCommand COMMANDS[] = {
      1, RunSet},
     {"set-form", "[--dry-run] [--backup] TITLE PROMPT=VALUE...", "change questions of one form, in form order", 1,
      RunSetForm},
+    {"show", "[--all] [--json]",
+     "the forms as a tree with each question's value and options (--all: hidden ones too, marked); --json: every "
+     "question as an attribute registry",
+     0, RunShow},
     {"list", "", "show every question that save would save, with its value and options", 0, RunList},
+    {"compare", "FILE FILE", "which settings two saved files give differently (result SETTINGS_DIFFER when any)", 2,
+     RunCompare},
+    {"capture", "DIR", "write this machine's HII export (DIR\\hii.bin) and its setup variables (DIR\\variables.txt)",
+     1, RunCapture},
     {"save", "FILE", "append the visible settings to FILE in the TORVEL_PATH folder", 1, RunSave},
     {"load", "[--dry-run] [--no-backup] FILE",
      "restore FILE, saving a backup and a snapshot of the variables first; --dry-run changes nothing and lists "

@@ -70,21 +70,24 @@ void BIOSCFG_EFIAPI WriteOne(VOID *Context, CONST CHAR16 *Name, CONST EFI_GUID *
 
 }  // namespace
 
-EFI_STATUS WriteVariableSnapshot(ToolContext &C, const char *Name) {
-  char Path[INI_FILE_PATH_BUFFER_SIZE];
-  if (!JoinIniFilePath(crt::getenv("TORVEL_PATH"), Name, Path)) return EFI_INVALID_PARAMETER;
+EFI_STATUS WriteFormVariables(ToolContext &C, const char *Path, const char *Comment) {
   crt::OpenStream File(crt::fopen(Path, "wb"));
   if (File.Get() == nullptr) return EFI_ACCESS_DENIED;
   SnapshotWriter W{File.Get(), EFI_SUCCESS};
-  constexpr char HEADER[] = "# the setup variables before a change: bioscfg-tool restore puts them back\n";
   if (!ToFile(W.File, variablefile::VARIABLE_STORE_HEADER, sizeof variablefile::VARIABLE_STORE_HEADER - 1) ||
-      !ToFile(W.File, HEADER, sizeof HEADER - 1)) {
+      !ToFile(W.File, Comment, crt::strlen(Comment))) {
     return EFI_DEVICE_ERROR;
   }
   const EFI_STATUS Listed = C.Extensions->EnumerateVariables(C.Extensions, WriteOne, &W);
   if (Listed != EFI_SUCCESS) return Listed;
   if (W.Status == EFI_SUCCESS && crt::fflush(W.File) != 0) return EFI_DEVICE_ERROR;
   return W.Status;
+}
+
+EFI_STATUS WriteVariableSnapshot(ToolContext &C, const char *Name) {
+  char Path[INI_FILE_PATH_BUFFER_SIZE];
+  if (!JoinIniFilePath(crt::getenv("TORVEL_PATH"), Name, Path)) return EFI_INVALID_PARAMETER;
+  return WriteFormVariables(C, Path, "# the setup variables before a change: bioscfg-tool restore puts them back\n");
 }
 
 namespace {

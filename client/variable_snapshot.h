@@ -6,7 +6,10 @@
 #include "client/tool_commands.h"
 
 // Reads every variable the driver's forms name and writes them to the file
-// Name in the TORVEL_PATH folder. EFI_SUCCESS or why not (nothing printed).
+// at Path (as fopen names it), after the format's header and Comment (a
+// "#" line). EFI_SUCCESS or why not (nothing printed).
+[[nodiscard]] EFI_STATUS WriteFormVariables(ToolContext &C, const char *Path, const char *Comment);
+// WriteFormVariables into the file Name in the TORVEL_PATH folder.
 [[nodiscard]] EFI_STATUS WriteVariableSnapshot(ToolContext &C, const char *Name);
 
 // restore SNAPSHOT: checks that the machine has every variable of the

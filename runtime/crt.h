@@ -142,5 +142,7 @@ void FreeDevicePath(EFI_DEVICE_PATH *Path);
 // allocating. EFI_SUCCESS, EFI_INVALID_PARAMETER (no stream or no output), or
 // the firmware's status.
 [[nodiscard]] EFI_STATUS FileSizeAndTime(FILE *Stream, UINT64 *Size, EFI_TIME *Modified);
+// Creates the folder Name (named as fopen names files) unless it exists.
+[[nodiscard]] EFI_STATUS MakeFolder(const char *Name);
 
 }  // namespace crt

@@ -1,9 +1,10 @@
-// The firmware's size and time stamp of an open stream's file.
+// The firmware's size and time stamp of an open stream's file, and folders made.
 //
 // A caller that keeps a file open can ask, cheaply and as often as it
 // likes, whether the file changed since it read it: one GetInfo call, into
 // a buffer on the stack.
 #include "runtime/crt.h"
+#include "runtime/file_open.h"
 #include "runtime/stream.h"
 
 #include <stddef.h>
@@ -32,6 +33,15 @@ EFI_STATUS FileSizeAndTime(FILE *Stream, UINT64 *Size, EFI_TIME *Modified) {
   *Size = Buffer.Info.FileSize;
   *Modified = Buffer.Info.ModificationTime;
   return EFI_SUCCESS;
+}
+
+}  // namespace crt
+
+namespace crt {
+
+EFI_STATUS MakeFolder(const char *Name) {
+  if (Name == nullptr) return EFI_INVALID_PARAMETER;
+  return detail::MakeFolder(Name);
 }
 
 }  // namespace crt

@@ -106,4 +106,24 @@ EFI_STATUS OpenFile(const char *Name, OpenMode Mode, EFI_FILE_PROTOCOL **Opened)
   return EFI_SUCCESS;
 }
 
+EFI_STATUS MakeFolder(const char *Name) {
+  ResolvedFileName Resolved;
+  EFI_STATUS Status = ResolveFileName(Name, Resolved);
+  if (EFI_ERROR(Status)) return Status;
+  FileHandle Root;
+  Status = OpenVolumeRoot(Resolved.Volume, Root.Out());
+  if (EFI_ERROR(Status)) return Status;
+  FileHandle Folder;
+  Status = Root.Get()->Open(Root.Get(), Folder.Out(), Resolved.Path.Get(),
+                            EFI_FILE_MODE_READ | EFI_FILE_MODE_WRITE | EFI_FILE_MODE_CREATE, EFI_FILE_DIRECTORY);
+  if (EFI_ERROR(Status)) return Status;
+  if (Folder.Get() == nullptr) return EFI_DEVICE_ERROR;
+  HeapPtr<EFI_FILE_INFO> Info;
+  UINTN InfoSize = 0;
+  Status = ReadFileInfo(Folder.Get(), Info, InfoSize);
+  if (EFI_ERROR(Status)) return Status;
+  // A file of that name is no folder to write into.
+  return (Info.Get()->Attribute & EFI_FILE_DIRECTORY) != 0 ? EFI_SUCCESS : EFI_ACCESS_DENIED;
+}
+
 }  // namespace crt::detail

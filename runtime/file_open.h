@@ -17,4 +17,9 @@ bool ParseOpenMode(const char *Mode, OpenMode &Out);
 // the firmware's status.
 [[nodiscard]] EFI_STATUS OpenFile(const char *Name, OpenMode Mode, EFI_FILE_PROTOCOL **File);
 
+// Resolves Name and creates it as a folder unless one is there (its parent
+// must exist, as on FAT). EFI_SUCCESS, the resolution's status,
+// EFI_ACCESS_DENIED when a file holds the name, or the firmware's status.
+[[nodiscard]] EFI_STATUS MakeFolder(const char *Name);
+
 }  // namespace crt::detail

@@ -7,6 +7,7 @@ packages=(
   gnu-efi                            # UEFI headers, crt0, libefi, libgnuefi
   libgtest-dev googletest            # test suites
   libbenchmark-dev                   # benchmarks
+  nlohmann-json3-dev                 # JSON read back in the tests
   clang lld libclang-rt-14-dev       # libFuzzer targets
   mtools dosfstools                  # FAT images for firmware runs
   qemu-system-x86 ovmf               # real UEFI firmware (OVMF) for the QEMU runs

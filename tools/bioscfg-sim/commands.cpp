@@ -107,6 +107,11 @@ const std::vector<Command> &Commands() {
       {"diff", "FILE", "what loading FILE would change: bioscfg-tool load --dry-run FILE", RunDiffCommand},
       {"restore", "SNAPSHOT", "put back the variables of a snapshot that load or --backup wrote", RunRestoreCommand},
       {"list-settings", "", "what save would save (bioscfg-tool list)", RunListSettingsCommand},
+      {"show", "[--all] [--json]", "the forms as a tree with values and options, or every question as JSON",
+       RunShowCommand},
+      {"compare", "FILE FILE", "which settings two saved files give differently", RunCompareCommand},
+      {"capture", "DIR", "the machine as DIR/hii.bin and DIR/variables.txt, which --export and --variables replay",
+       RunCaptureCommand},
       {"export-platform", "DIR", "write the sample platform as DIR/hii.bin and DIR/variables.txt (the files the HII provider serves)",
        RunExportPlatform},
   };

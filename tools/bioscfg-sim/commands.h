@@ -54,6 +54,9 @@ int RunLoadCommand(const Options &Opts, const std::vector<std::string> &Args);
 int RunListSettingsCommand(const Options &Opts, const std::vector<std::string> &Args);
 int RunDiffCommand(const Options &Opts, const std::vector<std::string> &Args);
 int RunRestoreCommand(const Options &Opts, const std::vector<std::string> &Args);
+int RunShowCommand(const Options &Opts, const std::vector<std::string> &Args);
+int RunCompareCommand(const Options &Opts, const std::vector<std::string> &Args);
+int RunCaptureCommand(const Options &Opts, const std::vector<std::string> &Args);
 // set and set-form; backups the tool makes (--backup) land in the current folder.
 int RunSetWithBackups(const Options &Opts, const std::string &Command, const std::vector<std::string> &Args);
 void PrintUsage(std::FILE *Out);

@@ -130,6 +130,47 @@ int RunRestoreCommand(const Options &Opts, const std::vector<std::string> &Args)
   return RunThroughTool(Opts, "restore", WithBaseName(Args), true, Hooks);
 }
 
+int RunCompareCommand(const Options &Opts, const std::vector<std::string> &Args) {
+  if (Args.size() != 2) return Usage("compare takes two FILEs");
+  // The same base name twice (two folders) goes in under two names.
+  const std::string First = BaseName(Args[0]);
+  const std::string Second = BaseName(Args[1]) == First ? "second-" + First : BaseName(Args[1]);
+  ToolFileHooks Hooks;
+  Hooks.Before = [&](SimulatedMachine &M, std::string &Error) {
+    std::error_code Failed;
+    for (const auto &[Host, Inside] : {std::pair{Args[0], First}, std::pair{Args[1], Second}}) {
+      if (!fs::exists(Host)) continue;
+      fs::copy_file(Host, fs::path(M.ToolsFolder()) / Inside, fs::copy_options::overwrite_existing, Failed);
+      if (Failed) {
+        Error = Host + ": " + Failed.message();
+        return false;
+      }
+    }
+    return true;
+  };
+  return RunThroughTool(Opts, "compare", {First, Second}, false, Hooks);
+}
+
+int RunCaptureCommand(const Options &Opts, const std::vector<std::string> &Args) {
+  if (Args.size() != 1) return Usage("capture takes one DIR");
+  const std::string Host = Args[0];
+  ToolFileHooks Hooks;
+  Hooks.After = [&](SimulatedMachine &M, const std::string &Output, std::string &Error) {
+    if (Output.rfind("result: EFI_SUCCESS", 0) != 0) return true;
+    std::error_code Failed;
+    fs::create_directories(Host, Failed);
+    for (const char *Name : {"hii.bin", "variables.txt"}) {
+      if (!Failed) {
+        fs::copy_file(fs::path(M.ToolsFolder()) / "capture" / Name, fs::path(Host) / Name,
+                      fs::copy_options::overwrite_existing, Failed);
+      }
+    }
+    if (Failed) Error = Host + ": " + Failed.message();
+    return !Failed;
+  };
+  return RunThroughTool(Opts, "capture", {"capture"}, false, Hooks);
+}
+
 int RunSetWithBackups(const Options &Opts, const std::string &Command, const std::vector<std::string> &Args) {
   ToolFileHooks Hooks;
   Hooks.After = [&](SimulatedMachine &M, const std::string &Output, std::string &Error) {

@@ -71,3 +71,11 @@ int RunSetFormCommand(const Options &Opts, const std::vector<std::string> &Args)
 }
 
 }  // namespace bioscfgsim
+
+namespace bioscfgsim {
+
+int RunShowCommand(const Options &Opts, const std::vector<std::string> &Args) {
+  return RunThroughTool(Opts, "show", Args, false);
+}
+
+}  // namespace bioscfgsim
