@@ -92,8 +92,10 @@ EFI_STATUS RunCapture(ToolContext &C) {
   }
   Status = WriteFormVariables(C, VariablesPath, "# the variables the setup forms name, as captured\n");
   if (Status != EFI_SUCCESS) return Fail(C, Status, "cannot read or write the variables the forms name");
+  // The files by the name the user gave, not the joined path: a transcript
+  // reads the same on any volume.
   PrintResult(C.Out, EFI_SUCCESS);
-  C.Out.Text("captured: ").Text(HiiPath).Text(" (").Unsigned(Size).Text(" bytes)").EndLine();
-  C.Out.Text("captured: ").Text(VariablesPath).EndLine();
+  C.Out.Text("captured: ").Text(Named).Text("\\hii.bin (").Unsigned(Size).Text(" bytes)").EndLine();
+  C.Out.Text("captured: ").Text(Named).Text("\\variables.txt").EndLine();
   return EFI_SUCCESS;
 }

@@ -4,7 +4,8 @@
 # Framework HII database the driver reads.
 #
 # First boot: hiicompat starts (a second copy is refused), the driver and
-# its parser image start after it, OVMF's own questions are read (the
+# its parser image start after it, show lists OVMF's own forms, its
+# questions are read (the
 # platform form's resolution one-of, in a buffer store owned by PlatformDxe,
 # and the RAM disk's memory type), the resolution is set by option text
 # (through Config Routing to PlatformDxe), and a value that is not an
@@ -46,6 +47,10 @@ check first "^Image 'FS1:\\\\tools\\\\hiicompat.efi' loaded at [0-9A-F]+ - Succe
 check first "^Image 'FS1:\\\\tools\\\\hiicompat.efi' error in StartImage: Already started$" \
   "a second hiicompat.efi is already started"
 check first "^Image 'FS1:\\\\tools\\\\bioscfg.efi' loaded at [0-9A-F]+ - Success$" "bioscfg.efi starts after it"
+check first '^OVMF Settings$' "show lists OVMF's own forms"
+check first "^  $resolution = [^ ].*\{.*800x600.*\}$" "show: the resolution by its option text, with its options"
+check first '^  Disk Memory Type: = Boot Service Data  \{Reserved \| Boot Service Data\}  \[grayed out\]$' \
+  "show: the RAM disk form's memory type, grayed out (it has no storage)"
 check first "^record: found=1 type=one-of value=[0-9]+ prompt=\"$resolution\" options=.*\"800x600\"" \
   "the platform form's resolution, with the GOP's modes as options"
 check first '^record: found=1 type=one-of value=[0-9]+ prompt="Disk Memory Type:" options=0="Boot Service Data",1="Reserved"$' \

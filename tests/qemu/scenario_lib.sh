@@ -146,6 +146,15 @@ scenario_edited_files() {
   done
 }
 
+# The folders capture steps name.
+scenario_captured_folders() {
+  local i
+  for i in "${!SCENARIO_KIND[@]}"; do
+    [ "${SCENARIO_KIND[$i]}" = tool ] || continue
+    scenario_words "${SCENARIO_TEXT[$i]}" && [ "${SCENARIO_WORDS[0]}" = capture ] && echo "${SCENARIO_WORDS[1]}"
+  done
+}
+
 # scenario_host BUILD DIR: every tool step through bioscfg-sim, which starts
 # the same tool in the simulator; the INI files live in DIR/files, the
 # variables in DIR/variables.txt from the first step to the last.
@@ -231,6 +240,12 @@ scenario_firmware() {
   for name in $(mdir -b -i "$QEMU_WORK/tools.img" ::/tools | sed -n 's|.*/||; /\.ini$/p; /\.vars$/p'); do
     qemu_get "tools/$name" "$dir/files/$name" || return 1
   done
+  # What capture steps wrote: the folder's two files.
+  for name in $(scenario_captured_folders); do
+    mkdir -p "$dir/files/$name" || return 1
+    qemu_get "tools/$name/hii.bin" "$dir/files/$name/hii.bin" || return 1
+    qemu_get "tools/$name/variables.txt" "$dir/files/$name/variables.txt" || return 1
+  done
 }
 
 # A tool step's command line, for messages.
@@ -263,9 +278,9 @@ scenario_compare() {
     fi
   done
   local fw_names host_names
-  fw_names=$(cd "$firmware/files" && ls) host_names=$(cd "$host/files" && ls)
+  fw_names=$(cd "$firmware/files" && find . -type f | sort) host_names=$(cd "$host/files" && find . -type f | sort)
   if [ "$fw_names" != "$host_names" ]; then
-    echo "qemu: FAIL the INI files differ: firmware has" $fw_names "; the host has" $host_names >&2
+    echo "qemu: FAIL the files differ: firmware has" $fw_names "; the host has" $host_names >&2
     failed=1
   fi
   for name in $host_names; do

@@ -154,6 +154,9 @@ int RunCompareCommand(const Options &Opts, const std::vector<std::string> &Args)
 int RunCaptureCommand(const Options &Opts, const std::vector<std::string> &Args) {
   if (Args.size() != 1) return Usage("capture takes one DIR");
   const std::string Host = Args[0];
+  // The tool captures into a folder of DIR's base name in the simulated
+  // TORVEL_PATH folder; the files are copied out to DIR.
+  const std::string Inside = fs::path(Host).filename().string();
   ToolFileHooks Hooks;
   Hooks.After = [&](SimulatedMachine &M, const std::string &Output, std::string &Error) {
     if (Output.rfind("result: EFI_SUCCESS", 0) != 0) return true;
@@ -161,14 +164,14 @@ int RunCaptureCommand(const Options &Opts, const std::vector<std::string> &Args)
     fs::create_directories(Host, Failed);
     for (const char *Name : {"hii.bin", "variables.txt"}) {
       if (!Failed) {
-        fs::copy_file(fs::path(M.ToolsFolder()) / "capture" / Name, fs::path(Host) / Name,
+        fs::copy_file(fs::path(M.ToolsFolder()) / Inside / Name, fs::path(Host) / Name,
                       fs::copy_options::overwrite_existing, Failed);
       }
     }
     if (Failed) Error = Host + ": " + Failed.message();
     return !Failed;
   };
-  return RunThroughTool(Opts, "capture", {"capture"}, false, Hooks);
+  return RunThroughTool(Opts, "capture", {Inside}, false, Hooks);
 }
 
 int RunSetWithBackups(const Options &Opts, const std::string &Command, const std::vector<std::string> &Args) {
