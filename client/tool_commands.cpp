@@ -52,8 +52,12 @@ const ToolCommand *FindToolCommand(const CHAR16 *Name) {
 void PrintUsage(ConsoleWriter &Out) {
   Out.Text("usage: bioscfg-tool [--all] COMMAND OPERANDS...").EndLine();
   Out.Text("  FILE names a file in the TORVEL_PATH folder, as the driver names it").EndLine();
-  Out.Text("  --all  let get and set see every question, hidden ones included").EndLine();
+  Out.Text("  --all                  get, set and show see every question, hidden ones included").EndLine();
   Out.Text("  --per-question-writes  one write per changed question (default: each changed variable once)").EndLine();
+  Out.Text("  --dry-run              set, set-form, load: run on a copy of the variables, write nothing").EndLine();
+  Out.Text("  --backup               set, set-form: an INI backup and a variable snapshot first").EndLine();
+  Out.Text("  --no-backup            load: without them").EndLine();
+  Out.Text("  --json                 show: every question as JSON").EndLine();
   for (const ToolCommand &Command : COMMANDS) {
     Out.Text("  ").Text(Command.Name).Text(" ").Text(Command.Operands).EndLine();
     Out.Text("      ").Text(Command.Summary).EndLine();

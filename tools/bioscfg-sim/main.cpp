@@ -13,9 +13,9 @@ int main(int Argc, char **Argv) {
   Options Opts;
   Opts.MessagesPath = BIOSCFG_DEFAULT_MESSAGES;
   int At = 1;
-  for (; At < Argc && std::strncmp(Argv[At], "--", 2) == 0; ++At) {
+  for (; At < Argc && (std::strncmp(Argv[At], "--", 2) == 0 || std::strcmp(Argv[At], "-h") == 0); ++At) {
     std::string Flag = Argv[At];
-    if (Flag == "--help") {
+    if (Flag == "--help" || Flag == "-h") {
       PrintUsage(stdout);
       return 0;
     }
