@@ -4,6 +4,7 @@
 #include "platform/variable_store_text.h"
 #include "settings/settings_engine.h"
 #include "tools/bioscfg-sim/question_listing.h"
+#include "tools/bioscfg-sim/session.h"
 #include "tools/bioscfg-sim/simulated_machine.h"
 
 #include <cstdio>
@@ -107,6 +108,9 @@ const std::vector<Command> &Commands() {
       {"diff", "FILE", "what loading FILE would change: bioscfg-tool load --dry-run FILE", RunDiffCommand},
       {"restore", "SNAPSHOT", "put back the variables of a snapshot that load or --backup wrote", RunRestoreCommand},
       {"list-settings", "", "what save would save (bioscfg-tool list)", RunListSettingsCommand},
+      {"session", "[--files DIR] FILE|-",
+       "run the tool lines of FILE (- for standard input) on one machine, the driver loaded throughout",
+       RunSessionCommand},
       {"export-platform", "DIR", "write the sample platform as DIR/hii.bin and DIR/variables.txt (the files the HII provider serves)",
        RunExportPlatform},
   };
