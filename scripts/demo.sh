@@ -50,7 +50,7 @@ if [ "$mode" = host ]; then
   scenario_host "$build" "$work/host"
   echo
   echo "bioscfg in the simulated firmware (bioscfg-sim): the tool's own code, run step by step"
-  echo "on the sample server platform, one variable store kept from step to step."
+  echo "on the sample server platform, one session (the driver loaded once) per boot."
   scenario_account "$work/host"
   echo
   echo "Outputs of each step and the INI files: $work/host"

@@ -49,6 +49,12 @@ void CloseHandle(State &S, OpenFile *File);
 [[nodiscard]] EFI_STATUS ResolveName(const OpenFile &From, const CHAR16 *Name, bool Create, bool CreateDirectory,
                                      std::vector<std::string> *Components);
 
+// The host name in Folder that a FAT volume takes for Part: the entry
+// spelled exactly so, else one that differs only in the case of ASCII
+// letters (the least in byte order, should a host folder hold several,
+// which a FAT folder cannot). Nothing when no entry matches.
+std::optional<std::string> FindEntry(const std::string &Folder, const std::u16string &Part);
+
 // Directory entries as Read returns them: "." and ".." below the root, then
 // the host entries sorted by name.
 std::vector<std::string> DirectoryEntries(const OpenFile &Directory);

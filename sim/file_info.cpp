@@ -77,11 +77,16 @@ EFI_STATUS Rename(OpenFile &File, const std::u16string &NewName) {
   // Moves to another folder are not simulated.
   if (NewName.empty() || NewName.find(u'\\') != std::u16string::npos) return EFI_UNSUPPORTED;
   std::vector<std::string> Target = File.Components;
-  Target.back() = ToUtf8(NewName);
+  Target.pop_back();
   std::string TargetPath = File.Owner->Folder;
   for (const std::string &Part : Target) TargetPath += "/" + Part;
-  struct stat Existing {};
-  if (stat(TargetPath.c_str(), &Existing) == 0) return EFI_ACCESS_DENIED;
+  // A FAT folder holds a name once whatever its case: another file's name
+  // in any case is taken, while the file's own name in another case is a
+  // rename like any other.
+  const std::optional<std::string> Taken = FindEntry(TargetPath, NewName);
+  if (Taken && *Taken != File.Components.back()) return EFI_ACCESS_DENIED;
+  Target.push_back(ToUtf8(NewName));
+  TargetPath += "/" + Target.back();
   if (rename(File.HostPath().c_str(), TargetPath.c_str()) != 0) return EFI_DEVICE_ERROR;
   File.Components = std::move(Target);
   return EFI_SUCCESS;

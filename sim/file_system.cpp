@@ -38,19 +38,6 @@ std::string JoinHost(const Volume &Owner, const std::vector<std::string> &Compon
   return Path;
 }
 
-// The host name in Folder matching Part without case (an exact match first).
-std::optional<std::string> FindEntry(const std::string &Folder, const std::u16string &Part) {
-  std::error_code Error;
-  std::optional<std::string> Found;
-  for (const fs::directory_entry &Entry : fs::directory_iterator(Folder, Error)) {
-    const std::string Name = Entry.path().filename().string();
-    const std::u16string Wide = FromUtf8(Name);
-    if (Wide == Part) return Name;
-    if (!Found && SameNameIgnoringCase(Wide, Part)) Found = Name;
-  }
-  return Found;
-}
-
 bool IsDirectory(const std::string &Path) {
   struct stat Info {};
   return stat(Path.c_str(), &Info) == 0 && S_ISDIR(Info.st_mode);
@@ -72,6 +59,20 @@ EFI_STATUS EFIAPI OpenVolume(EFI_SIMPLE_FILE_SYSTEM_PROTOCOL *This, EFI_FILE_PRO
 }
 
 }  // namespace
+
+std::optional<std::string> FindEntry(const std::string &Folder, const std::u16string &Part) {
+  std::error_code Error;
+  std::optional<std::string> Found;
+  for (const fs::directory_entry &Entry : fs::directory_iterator(Folder, Error)) {
+    const std::string Name = Entry.path().filename().string();
+    const std::u16string Wide = FromUtf8(Name);
+    if (Wide == Part) return Name;
+    // The host lists a folder in no fixed order: the least name wins, so
+    // that every open of the name reaches the same file.
+    if (SameNameIgnoringCase(Wide, Part) && (!Found || Name < *Found)) Found = Name;
+  }
+  return Found;
+}
 
 OpenFile::OpenFile() : Protocol{} {}
 

@@ -156,29 +156,84 @@ scenario_captured_folders() {
 }
 
 # scenario_host BUILD DIR: every tool step through bioscfg-sim, which starts
-# the same tool in the simulator; the INI files live in DIR/files, the
-# variables in DIR/variables.txt from the first step to the last.
+# the same tool in the simulator. As on firmware, where the driver is loaded
+# once per boot, the tool steps of a boot run in one `bioscfg-sim session`:
+# its driver-wide state carries from step to step. The session is fed one
+# line at a time and each step's lines are read before the next is sent, so
+# an edit line between two steps changes the file the next step reads. The
+# INI files live in DIR/files (the session's --files folder), the variables
+# in DIR/variables.txt from the first boot to the last.
 scenario_host() {
-  local build=$1 dir=$2 i step status
+  local build=$1 dir=$2 i boot=''
   local sim=$build/tools/bioscfg-sim/bioscfg-sim
   rm -rf "$dir" && mkdir -p "$dir/files" || return 1
-  dir=$(cd "$dir" && pwd)  # the steps run inside DIR/files
+  dir=$(cd "$dir" && pwd)
   for i in "${!SCENARIO_KIND[@]}"; do
+    if [ "${SCENARIO_BOOT[$i]}" != "$boot" ]; then
+      scenario_session_end || return 1  # a reboot: the driver is loaded afresh
+      boot=${SCENARIO_BOOT[$i]}
+    fi
     scenario_words "${SCENARIO_TEXT[$i]}" || return 1
     case ${SCENARIO_KIND[$i]} in
       edit) (cd "$dir/files" && scenario_edit "${SCENARIO_WORDS[@]}") || return 1 ;;
       tool)
-        step=${SCENARIO_STEP[$i]}
-        [ "${SCENARIO_WORDS[0]}" = list ] && SCENARIO_WORDS[0]=list-settings
-        status=0
-        (cd "$dir/files" && "$sim" --variables "$dir/variables.txt" "${SCENARIO_WORDS[@]}") \
-          >"$dir/$step.out" 2>"$dir/$step.err" || status=$?
-        # bioscfg-sim ends with 1 when the tool's operation failed, 2 on its own usage errors.
-        [ "$status" -le 1 ] || { echo "scenario: host step $step failed: $(cat "$dir/$step.err")" >&2; return 1; }
-        echo "$status" >"$dir/$step.status"
+        [ -n "$SCENARIO_HOST_PID" ] || scenario_session_start "$sim" "$dir" "$boot"
+        scenario_session_step "$dir" "${SCENARIO_STEP[$i]}" "${SCENARIO_TEXT[$i]}" || return 1
         ;;
     esac
   done
+  scenario_session_end
+}
+
+# The session of the boot under way: its process, and the descriptors of its
+# standard input and output.
+SCENARIO_HOST_PID='' SCENARIO_HOST_IN='' SCENARIO_HOST_OUT=''
+
+# scenario_session_start SIM DIR BOOT: a session reading standard input; its
+# complaints go to DIR/BOOT.session.err.
+scenario_session_start() {
+  local sim=$1 dir=$2 boot=$3
+  coproc SCENARIO_SESSION {
+    exec "$sim" --variables "$dir/variables.txt" session --files "$dir/files" - 2>"$dir/$boot.session.err"
+  }
+  SCENARIO_HOST_PID=$SCENARIO_SESSION_PID SCENARIO_HOST_IN=${SCENARIO_SESSION[1]}
+  SCENARIO_HOST_OUT=${SCENARIO_SESSION[0]}
+}
+
+# scenario_session_step DIR N TEXT: sends one line; the run's lines, between
+# its "> bioscfg-tool" header and its "< status" line, go to DIR/N.out, and
+# its status (0 for success, else the status) to DIR/N.status.
+scenario_session_step() {
+  local dir=$1 step=$2 text=$3 line status=''
+  printf '%s\n' "$text" >&"$SCENARIO_HOST_IN" || { echo "scenario: host step $step: the session is gone" >&2; return 1; }
+  IFS= read -r line <&"$SCENARIO_HOST_OUT" || line=''
+  case $line in
+    '> bioscfg-tool '*) ;;
+    *) echo "scenario: host step $step: the session answered '$line'; $(cat "$dir"/*.session.err)" >&2; return 1 ;;
+  esac
+  : >"$dir/$step.out"
+  while IFS= read -r line <&"$SCENARIO_HOST_OUT"; do
+    case $line in
+      '< status '*) status=${line#'< status '}; break ;;
+      '< not run') echo "scenario: host step $step: $(cat "$dir"/*.session.err)" >&2; return 1 ;;
+    esac
+    printf '%s\n' "$line" >>"$dir/$step.out"
+  done
+  [ -n "$status" ] || { echo "scenario: host step $step: the session ended: $(cat "$dir"/*.session.err)" >&2; return 1; }
+  [ "$status" = 0x0 ] && status=0
+  echo "$status" >"$dir/$step.status"
+}
+
+# scenario_session_end: closes the session's input; it writes the variables
+# back and ends, with 0 or 1 (a step failed, as steps may), or 2 when it
+# could not run.
+scenario_session_end() {
+  [ -n "$SCENARIO_HOST_PID" ] || return 0
+  local pid=$SCENARIO_HOST_PID status=0
+  exec {SCENARIO_HOST_IN}>&- {SCENARIO_HOST_OUT}<&-
+  SCENARIO_HOST_PID='' SCENARIO_HOST_IN='' SCENARIO_HOST_OUT=''
+  wait "$pid" || status=$?
+  [ "$status" -le 1 ] || { echo "scenario: the host session ended with $status" >&2; return 1; }
 }
 
 # scenario_nsh BOOT: the Shell script of one boot. Each tool step is framed
@@ -278,7 +333,10 @@ scenario_compare() {
     fi
   done
   local fw_names host_names
-  fw_names=$(cd "$firmware/files" && find . -type f | sort) host_names=$(cd "$host/files" && find . -type f | sort)
+  # The files read back from firmware are the INI files, the snapshots and
+  # what capture wrote; the host folder may also hold the tool's scratch file.
+  fw_names=$(cd "$firmware/files" && find . -type f | grep -E '\.(ini|vars)$|/(hii\.bin|variables\.txt)$' | sort)
+  host_names=$(cd "$host/files" && find . -type f | grep -E '\.(ini|vars)$|/(hii\.bin|variables\.txt)$' | sort)
   if [ "$fw_names" != "$host_names" ]; then
     echo "qemu: FAIL the files differ: firmware has" $fw_names "; the host has" $host_names >&2
     failed=1

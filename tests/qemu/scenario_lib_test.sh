@@ -69,6 +69,40 @@ same "boot one's script" "fs1:|echo -off|echo bioscfg-step 1|bioscfg-tool.efi ge
 same "boot two's script" "echo -off|echo bioscfg-step 2|bioscfg-tool.efi list|echo bioscfg-exit %lasterror%|echo bioscfg-end" \
   "$(scenario_nsh two | paste -sd'|')"
 
+# The host run: one session per boot, fed a line at a time, so that an
+# edit between two steps is seen by the next one. A stand-in for bioscfg-sim
+# answers as a session does (header, lines, status) and tells its process,
+# the files it sees and the words it got.
+mkdir -p "$work/build/tools/bioscfg-sim"
+cat >"$work/build/tools/bioscfg-sim/bioscfg-sim" <<'SIM'
+#!/usr/bin/env bash
+while [ "$1" != --files ]; do shift; done
+files=$2
+failed=0
+while IFS= read -r line; do
+  echo "> bioscfg-tool $line"
+  echo "session $$ sees $(cd "$files" && ls | paste -sd, -)"
+  case $line in
+    save*) printf '[BIOS::A]\nX=1\n' >"$files/${line#save }"; echo "< status 0x0" ;;
+    fail*) echo "result: failed"; echo "< status 0x8000000000000002"; failed=1 ;;
+    *) echo "< status 0x0" ;;
+  esac
+done
+exit $failed
+SIM
+chmod +x "$work/build/tools/bioscfg-sim/bioscfg-sim"
+printf '%s\n' "boot one" "tool save a.ini" "edit a.ini b.ini [BIOS::A] X=2" "tool look" "tool fail" \
+  "boot two" "tool look" >"$work/host.steps"
+scenario_read "$work/host.steps"
+if scenario_host "$work/build" "$work/host"; then same "host run" 0 0; else same "host run" 0 1; fi
+session_of() { sed -n 's/^session \([0-9]*\) .*/\1/p' "$work/host/$1.out"; }
+same "an edit between two steps reaches the next" "sees a.ini,b.ini" "$(sed -n 's/^session [0-9]* //p' "$work/host/2.out")"
+same "one session for the steps of a boot" "$(session_of 1)" "$(session_of 3)"
+[ "$(session_of 3)" != "$(session_of 4)" ]; same "a new session for the next boot" 0 $?
+same "a step's lines, without header and status" "result: failed" "$(sed 1d "$work/host/3.out")"
+same "statuses" "0 0 0x8000000000000002 0" "$(cat "$work/host/"{1,2,3,4}.status | paste -sd' ')"
+same "the edited file" "X=2" "$(sed -n 2p "$work/host/files/b.ini")"
+
 # The account: option texts with blanks, records that were not found.
 printf '%s\n' 'result: EFI_SUCCESS' \
   'record: found=1 type=one-of value=2 prompt="Power Restore Policy" options=0="Power Off",1="Last State",2="Power On"' \

@@ -3,6 +3,9 @@
 #include "tests/sim/platform_helpers.h"
 #include "tests/support/sim_fixture.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -36,6 +39,21 @@ class FileSystemTest : public PlatformTest {
   EFI_STATUS Open(EFI_FILE_PROTOCOL *From, std::u16string Name, UINT64 Mode, EFI_FILE_PROTOCOL **File) {
     *File = nullptr;
     return From->Open(From, File, Wide(Name), Mode, 0);
+  }
+  std::u16string NameOf(EFI_FILE_PROTOCOL *File) {
+    UINTN Size = 0;
+    EXPECT_EQ(File->GetInfo(File, &gEfiFileInfoGuid, &Size, nullptr), EFI_BUFFER_TOO_SMALL);
+    std::vector<uint8_t> Info(Size);
+    EXPECT_EQ(File->GetInfo(File, &gEfiFileInfoGuid, &Size, Info.data()), EFI_SUCCESS);
+    return reinterpret_cast<char16_t *>(reinterpret_cast<EFI_FILE_INFO *>(Info.data())->FileName);
+  }
+  // The host names in a folder below the volume, sorted.
+  std::vector<std::string> HostNames(const std::string &Below) {
+    std::vector<std::string> Names;
+    for (const auto &Entry : std::filesystem::directory_iterator(Folder.Path() + "/" + Below))
+      Names.push_back(Entry.path().filename().string());
+    std::sort(Names.begin(), Names.end());
+    return Names;
   }
   std::string Hello() {
     std::ifstream In(Folder.Path() + "/Tools/Hello.txt", std::ios::binary);
@@ -129,6 +147,66 @@ TEST_F(FileSystemTest, CreateListAndDelete) {
   EXPECT_EQ(Names, (std::vector<std::u16string>{u".", u"..", u"Hello.txt", u"Sub"}));
   EXPECT_EQ(Tools->SetPosition(Tools, 1), EFI_UNSUPPORTED);
   EXPECT_EQ(Tools->Close(Tools), EFI_SUCCESS);
+}
+
+// A FAT volume has one file per name whatever the case of its letters,
+// and the file keeps the case it was created with: so "Run.ini" saved is
+// the file that "run.ini" loads, folders in the name included.
+TEST_F(FileSystemTest, NamesAreOneFileWhateverTheirCase) {
+  EFI_FILE_PROTOCOL *Made = nullptr;
+  ASSERT_EQ(Open(Root, u"\\tools\\Sub\\Run.ini", RWC, &Made), EFI_SUCCESS);
+  char Text[] = "[BIOS]";
+  UINTN Size = 6;
+  ASSERT_EQ(Made->Write(Made, &Size, Text), EFI_SUCCESS);
+  ASSERT_EQ(Made->Close(Made), EFI_SUCCESS);
+
+  for (std::u16string Name : {u"\\TOOLS\\SUB\\RUN.INI", u"\\tools\\sub\\run.ini", u"\\Tools\\sUb\\rUN.iNI"}) {
+    EFI_FILE_PROTOCOL *File = nullptr;
+    ASSERT_EQ(Open(Root, Name, R, &File), EFI_SUCCESS) << std::string(Name.begin(), Name.end());
+    EXPECT_EQ(NameOf(File), u"Run.ini") << "the case it was created with";
+    char Back[8] = {};
+    Size = sizeof Back;
+    ASSERT_EQ(File->Read(File, &Size, Back), EFI_SUCCESS);
+    EXPECT_EQ(std::string(Back, Size), "[BIOS]");
+    EXPECT_EQ(File->Close(File), EFI_SUCCESS);
+  }
+  // CREATE under another case opens the file there is; it makes no second one.
+  EFI_FILE_PROTOCOL *Again = nullptr;
+  ASSERT_EQ(Open(Root, u"\\tools\\sub\\RUN.INI", RWC, &Again), EFI_SUCCESS);
+  EXPECT_EQ(NameOf(Again), u"Run.ini");
+  EXPECT_EQ(HostNames("Tools/Sub"), (std::vector<std::string>{"Run.ini"}));
+
+  // Renaming: the file's own name in another case is allowed; another
+  // file's name in any case is taken.
+  std::u16string Other = u"\\tools\\sub\\other.ini";
+  EFI_FILE_PROTOCOL *Second = nullptr;
+  ASSERT_EQ(Open(Root, Other, RWC, &Second), EFI_SUCCESS);
+  auto RenameTo = [&](EFI_FILE_PROTOCOL *File, const std::u16string &Name) {
+    UINTN InfoSize = 0;
+    EXPECT_EQ(File->GetInfo(File, &gEfiFileInfoGuid, &InfoSize, nullptr), EFI_BUFFER_TOO_SMALL);
+    std::vector<uint8_t> Info(InfoSize + (Name.size() + 1) * sizeof(CHAR16));
+    EXPECT_EQ(File->GetInfo(File, &gEfiFileInfoGuid, &InfoSize, Info.data()), EFI_SUCCESS);
+    const size_t Fixed = offsetof(EFI_FILE_INFO, FileName);
+    std::memcpy(Info.data() + Fixed, Name.c_str(), (Name.size() + 1) * sizeof(CHAR16));
+    reinterpret_cast<EFI_FILE_INFO *>(Info.data())->Size = Fixed + (Name.size() + 1) * sizeof(CHAR16);
+    return File->SetInfo(File, &gEfiFileInfoGuid, Info.size(), Info.data());
+  };
+  EXPECT_EQ(RenameTo(Second, u"rUN.ini"), EFI_ACCESS_DENIED);
+  EXPECT_EQ(RenameTo(Again, u"RUN.INI"), EFI_SUCCESS);
+  EXPECT_EQ(NameOf(Again), u"RUN.INI");
+  EXPECT_EQ(HostNames("Tools/Sub"), (std::vector<std::string>{"RUN.INI", "other.ini"}));
+  for (EFI_FILE_PROTOCOL *Handle : {Again, Second}) EXPECT_EQ(Handle->Close(Handle), EFI_SUCCESS);
+
+  // A host folder can hold names a FAT folder cannot tell apart: every open
+  // of such a name reaches the same one of them.
+  std::ofstream(Folder.Path() + "/Tools/dup.txt") << "lower";
+  std::ofstream(Folder.Path() + "/Tools/DUP.txt") << "upper";
+  for (int Round = 0; Round < 3; ++Round) {
+    EFI_FILE_PROTOCOL *File = nullptr;
+    ASSERT_EQ(Open(Root, u"\\tools\\Dup.TXT", R, &File), EFI_SUCCESS);
+    EXPECT_EQ(NameOf(File), u"DUP.txt");
+    EXPECT_EQ(File->Close(File), EFI_SUCCESS);
+  }
 }
 
 }  // namespace

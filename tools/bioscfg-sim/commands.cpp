@@ -4,6 +4,7 @@
 #include "platform/variable_store_text.h"
 #include "settings/settings_engine.h"
 #include "tools/bioscfg-sim/question_listing.h"
+#include "tools/bioscfg-sim/session.h"
 #include "tools/bioscfg-sim/simulated_machine.h"
 
 #include <cstdio>
@@ -112,6 +113,9 @@ const std::vector<Command> &Commands() {
       {"compare", "FILE FILE", "which settings two saved files give differently", RunCompareCommand},
       {"capture", "DIR", "the machine as DIR/hii.bin and DIR/variables.txt, which --export and --variables replay",
        RunCaptureCommand},
+      {"session", "[--files DIR] FILE|-",
+       "run the tool lines of FILE (- for standard input) on one machine, the driver loaded throughout",
+       RunSessionCommand},
       {"export-platform", "DIR", "write the sample platform as DIR/hii.bin and DIR/variables.txt (the files the HII provider serves)",
        RunExportPlatform},
   };

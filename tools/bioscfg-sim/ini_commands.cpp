@@ -1,8 +1,12 @@
-// save, load and list-settings: the tool's INI commands on host files. FILE is a
-// host path; the tool works in the simulated TORVEL_PATH folder, so FILE is
-// copied in before (save appends to it, as the driver does) and the result
-// copied back out after; a backup that load made lands next to FILE.
+// save, load and list-settings: the tool's INI commands on host files. FILE
+// names a file under the TORVEL_PATH folder, for which the current folder
+// stands (or, given as a host path, a file of its own folder: fat_names.h).
+// The tool works in the simulated TORVEL_PATH folder, so FILE is copied in
+// before (save appends to it, as the driver does) and the result copied back
+// out after, each name looked up as a FAT volume looks it up; a backup that
+// load made lands next to FILE.
 #include "tools/bioscfg-sim/commands.h"
+#include "tools/bioscfg-sim/fat_names.h"
 #include "tools/bioscfg-sim/simulated_machine.h"
 
 #include <cstdio>
@@ -16,45 +20,43 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string BaseName(const std::string &Path) { return fs::path(Path).filename().string(); }
-
-bool CopyIn(SimulatedMachine &Machine, const std::string &Host, std::string &Error) {
-  if (!fs::exists(Host)) return true;
-  std::error_code Failed;
-  fs::copy_file(Host, fs::path(Machine.ToolsFolder()) / BaseName(Host), fs::copy_options::overwrite_existing, Failed);
-  if (Failed) Error = Host + ": " + Failed.message();
-  return !Failed;
+bool CopyIn(SimulatedMachine &Machine, const ToolFile &File, std::string &Error) {
+  return CopyInto(File.HostFolder, File.ToolName, Machine.ToolsFolder(), Error);
 }
 
-bool CopyOut(SimulatedMachine &Machine, const std::string &Name, const std::string &Host, std::string &Error) {
-  const fs::path Inside = fs::path(Machine.ToolsFolder()) / Name;
-  if (!fs::exists(Inside)) return true;
-  std::error_code Failed;
-  fs::copy_file(Inside, Host, fs::copy_options::overwrite_existing, Failed);
-  if (Failed) Error = Host + ": " + Failed.message();
-  return !Failed;
+bool CopyOut(SimulatedMachine &Machine, const std::string &Name, const fs::path &HostFolder, std::string &Error) {
+  return CopyOutOf(Machine.ToolsFolder(), Name, HostFolder, Error);
 }
 
-// Earlier backups of Host (its stem, "-backup-", its extension or ".vars")
-// stand in the simulated folder too, empty, so that the tool picks a name
-// none of them has.
-bool ReserveBackupNames(SimulatedMachine &Machine, const std::string &Host, std::string &Error) {
-  const fs::path File(Host);
-  const std::string Prefix = File.stem().string() + "-backup-";
-  const fs::path Folder = File.parent_path().empty() ? fs::path(".") : File.parent_path();
+// Earlier backups of File (its stem, "-backup-", its extension or ".vars",
+// in any case) stand in the simulated folder too, empty, so that the tool
+// picks a name none of them has.
+bool ReserveBackupNames(SimulatedMachine &Machine, const ToolFile &File, std::string &Error) {
+  const std::vector<std::string> Parts = NameComponents(File.ToolName);
+  if (Parts.empty()) return true;
+  const std::vector<std::string> Folders(Parts.begin(), Parts.end() - 1);
+  fs::path HostFolder, InsideFolder;
+  if (!ResolveOnHost(File.HostFolder, Folders, HostFolder, Error) ||
+      !ResolveOnHost(Machine.ToolsFolder(), Folders, InsideFolder, Error))
+    return false;
   std::error_code Failed;
-  for (const auto &Entry : fs::directory_iterator(Folder, Failed)) {
+  if (!fs::is_directory(InsideFolder, Failed)) return true;  // the tool will not find the file either
+  const fs::path Base(Parts.back());
+  const std::string Prefix = Base.stem().string() + "-backup-";
+  for (const auto &Entry : fs::directory_iterator(HostFolder, Failed)) {
     const std::string Name = Entry.path().filename().string();
-    const fs::path Extension = Entry.path().extension();
-    if (Name.rfind(Prefix, 0) != 0 || (Extension != File.extension() && Extension != ".vars")) continue;
-    std::FILE *Placeholder = std::fopen((fs::path(Machine.ToolsFolder()) / Name).string().c_str(), "wb");
+    const std::string Extension = Entry.path().extension().string();
+    if (!SameIgnoringAsciiCase(Name.substr(0, Prefix.size()), Prefix)) continue;
+    if (!SameIgnoringAsciiCase(Extension, Base.extension().string()) && !SameIgnoringAsciiCase(Extension, ".vars"))
+      continue;
+    std::FILE *Placeholder = std::fopen((InsideFolder / Name).string().c_str(), "wb");
     if (Placeholder == nullptr) {
       Error = Name + ": cannot reserve the backup name";
       return false;
     }
     std::fclose(Placeholder);
   }
-  if (Failed) Error = Folder.string() + ": " + Failed.message();
+  if (Failed) Error = HostFolder.string() + ": " + Failed.message();
   return !Failed;
 }
 
@@ -69,11 +71,11 @@ std::vector<std::string> BackupNames(const std::string &Output) {
   return Names;
 }
 
-// The backup files the tool made land in Folder on the host.
+// The backup files the tool made land under Folder on the host.
 bool CopyBackupsOut(SimulatedMachine &Machine, const std::string &Output, const fs::path &Folder,
                     std::string &Error) {
   for (const std::string &Name : BackupNames(Output)) {
-    if (!CopyOut(Machine, Name, (Folder / Name).string(), Error)) return false;
+    if (!CopyOut(Machine, Name, Folder, Error)) return false;
   }
   return true;
 }
@@ -83,10 +85,10 @@ int Usage(const char *Text) {
   return 2;
 }
 
-// The last operand is the host file; the ones before it are the tool's flags.
-std::vector<std::string> WithBaseName(const std::vector<std::string> &Args) {
+// The last operand is the file; the ones before it are the tool's flags.
+std::vector<std::string> WithToolName(const std::vector<std::string> &Args, const ToolFile &File) {
   std::vector<std::string> Operands = Args;
-  Operands.back() = BaseName(Args.back());
+  Operands.back() = File.ToolName;
   return Operands;
 }
 
@@ -94,27 +96,27 @@ std::vector<std::string> WithBaseName(const std::vector<std::string> &Args) {
 
 int RunSaveCommand(const Options &Opts, const std::vector<std::string> &Args) {
   if (Args.size() != 1) return Usage("save takes one FILE");
-  const std::string Host = Args[0];
+  const ToolFile File = ToolFileOf(Args[0]);
   ToolFileHooks Hooks;
-  Hooks.Before = [&](SimulatedMachine &M, std::string &Error) { return CopyIn(M, Host, Error); };
+  Hooks.Before = [&](SimulatedMachine &M, std::string &Error) { return CopyIn(M, File, Error); };
   Hooks.After = [&](SimulatedMachine &M, const std::string &, std::string &Error) {
-    return CopyOut(M, BaseName(Host), Host, Error);
+    return CopyOut(M, File.ToolName, File.HostFolder, Error);
   };
-  return RunThroughTool(Opts, "save", WithBaseName(Args), false, Hooks);
+  return RunThroughTool(Opts, "save", WithToolName(Args, File), false, Hooks);
 }
 
 int RunLoadCommand(const Options &Opts, const std::vector<std::string> &Args) {
   if (Args.empty()) return Usage("load takes [--dry-run] [--no-backup] FILE");
-  const std::string Host = Args.back();
+  const ToolFile File = ToolFileOf(Args.back());
   ToolFileHooks Hooks;
   Hooks.Before = [&](SimulatedMachine &M, std::string &Error) {
-    return CopyIn(M, Host, Error) && ReserveBackupNames(M, Host, Error);
+    return CopyIn(M, File, Error) && ReserveBackupNames(M, File, Error);
   };
   Hooks.After = [&](SimulatedMachine &M, const std::string &Output, std::string &Error) {
-    return CopyBackupsOut(M, Output, fs::path(Host).parent_path(), Error);
+    return CopyBackupsOut(M, Output, File.HostFolder, Error);
   };
   const bool DryRun = std::find(Args.begin(), Args.end(), "--dry-run") != Args.end();
-  return RunThroughTool(Opts, "load", WithBaseName(Args), !DryRun, Hooks);
+  return RunThroughTool(Opts, "load", WithToolName(Args, File), !DryRun, Hooks);
 }
 
 int RunDiffCommand(const Options &Opts, const std::vector<std::string> &Args) {
@@ -124,10 +126,10 @@ int RunDiffCommand(const Options &Opts, const std::vector<std::string> &Args) {
 
 int RunRestoreCommand(const Options &Opts, const std::vector<std::string> &Args) {
   if (Args.size() != 1) return Usage("restore takes one SNAPSHOT");
-  const std::string Host = Args[0];
+  const ToolFile File = ToolFileOf(Args[0]);
   ToolFileHooks Hooks;
-  Hooks.Before = [&](SimulatedMachine &M, std::string &Error) { return CopyIn(M, Host, Error); };
-  return RunThroughTool(Opts, "restore", WithBaseName(Args), true, Hooks);
+  Hooks.Before = [&](SimulatedMachine &M, std::string &Error) { return CopyIn(M, File, Error); };
+  return RunThroughTool(Opts, "restore", WithToolName(Args, File), true, Hooks);
 }
 
 int RunCompareCommand(const Options &Opts, const std::vector<std::string> &Args) {
