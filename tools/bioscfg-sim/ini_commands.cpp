@@ -134,23 +134,22 @@ int RunRestoreCommand(const Options &Opts, const std::vector<std::string> &Args)
 
 int RunCompareCommand(const Options &Opts, const std::vector<std::string> &Args) {
   if (Args.size() != 2) return Usage("compare takes two FILEs");
-  // The same base name twice (two folders) goes in under two names.
-  const std::string First = BaseName(Args[0]);
-  const std::string Second = BaseName(Args[1]) == First ? "second-" + First : BaseName(Args[1]);
+  const ToolFile First = ToolFileOf(Args[0]);
+  ToolFile Second = ToolFileOf(Args[1]);
+  // One name in two host folders goes in as two files.
+  const bool Clash = SameIgnoringAsciiCase(First.ToolName, Second.ToolName) && First.HostFolder != Second.HostFolder;
+  const std::string SecondInside = Clash ? "second-" + fs::path(Second.ToolName).filename().string() : Second.ToolName;
   ToolFileHooks Hooks;
   Hooks.Before = [&](SimulatedMachine &M, std::string &Error) {
+    if (!CopyIn(M, First, Error)) return false;
+    if (!Clash) return CopyIn(M, Second, Error);
     std::error_code Failed;
-    for (const auto &[Host, Inside] : {std::pair{Args[0], First}, std::pair{Args[1], Second}}) {
-      if (!fs::exists(Host)) continue;
-      fs::copy_file(Host, fs::path(M.ToolsFolder()) / Inside, fs::copy_options::overwrite_existing, Failed);
-      if (Failed) {
-        Error = Host + ": " + Failed.message();
-        return false;
-      }
-    }
-    return true;
+    fs::copy_file(Second.HostFolder / Second.ToolName, fs::path(M.ToolsFolder()) / SecondInside,
+                  fs::copy_options::overwrite_existing, Failed);
+    if (Failed) Error = Args[1] + ": " + Failed.message();
+    return !Failed;
   };
-  return RunThroughTool(Opts, "compare", {First, Second}, false, Hooks);
+  return RunThroughTool(Opts, "compare", {First.ToolName, SecondInside}, false, Hooks);
 }
 
 int RunCaptureCommand(const Options &Opts, const std::vector<std::string> &Args) {
