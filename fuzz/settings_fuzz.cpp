@@ -10,7 +10,11 @@
 // must be what its question's bytes hold, and no other byte may have
 // changed. SetFormSettings then runs along the first form; afterwards every
 // variable must have kept its size and attributes, and every changed byte
-// must lie inside a question's value. Nothing may stay allocated.
+// must lie inside a question's value. Nothing may stay allocated. The
+// input's first byte picks how the two run: one write per question,
+// combined writes, or as plans, which may write nothing and must foretell,
+// record by record, what the same call then does for real.
+#include "driver/change_runs.h"
 #include "driver/image_state.h"
 #include "forms/option_cursor.h"
 #include "fuzz/export_input.h"
@@ -143,13 +147,47 @@ void ExpectSizesKept(const std::vector<sim::VariableRecord> &Before, const std::
   }
 }
 
+// Byte 0: bit 0 combined writes, bit 1 a plan.
+BIOS_CONFIG_RUN RunOf(const uint8_t *Data) {
+  BIOS_CONFIG_RUN Run{};
+  Run.Flags = (Data[0] & 2) != 0 ? BIOS_CONFIG_RUN_PLAN : 0;
+  return Run;
+}
+
+// A plan must write nothing, and the same records run for real right
+// after it must come back with the plan's statuses, record by record; the
+// checks that follow then look at what the real run wrote.
+template <typename RealRun>
+void ExpectPlanHolds(sim::Firmware &Fw, const std::vector<sim::VariableRecord> &Before, Records &R, EFI_STATUS Planned,
+                     RealRun Real) {
+  const std::vector<sim::VariableRecord> AfterPlan = Fw.Variables();
+  if (AfterPlan.size() != Before.size()) std::abort();
+  for (size_t V = 0; V < AfterPlan.size(); ++V) {
+    if (AfterPlan[V].Data != Before[V].Data) std::abort();  // a plan wrote
+  }
+  std::vector<UINT32> PlannedStatus;
+  for (BIOS_SETTING_VALUE &Record : R.List) {
+    PlannedStatus.push_back(Record.Status);
+    Record.Status = 0;
+  }
+  if (Real() != Planned) std::abort();  // the plan told a different outcome
+  for (size_t I = 0; I < R.List.size(); ++I) {
+    if (R.List[I].Status != PlannedStatus[I]) std::abort();
+  }
+}
+
 void CheckSetSettings(sim::Firmware &Fw, SettingsEngine &Engine, const uint8_t *Data, size_t Size) {
   const std::vector<const SetupQuestion *> Chosen = Checkable(Engine.Forms.Questions);
   Records R;
   for (size_t I = 0; I < Chosen.size(); ++I) R.Add(PromptOf(*Chosen[I]), PickValue(*Chosen[I], Data[(I * 7) % Size]));
   const std::vector<sim::VariableRecord> Before = Fw.Variables();
   Engine.AllQuestionsMode = 1;
-  (void)SetSettings(Engine, R.Link());
+  const BIOS_CONFIG_RUN Run = RunOf(Data);
+  const EFI_STATUS Planned = RunChange(Engine, SetSettingsRun(R.Link(), &Run));
+  if (Run.Flags & BIOS_CONFIG_RUN_PLAN) ExpectPlanHolds(Fw, Before, R, Planned, [&] {
+    const BIOS_CONFIG_RUN Real{};
+    return RunChange(Engine, SetSettingsRun(R.Link(), &Real));
+  });
   const std::vector<sim::VariableRecord> After = Fw.Variables();
   ExpectSizesKept(Before, After);
   for (size_t V = 0; V < After.size(); ++V) {
@@ -185,7 +223,12 @@ void CheckSetFormSettings(sim::Firmware &Fw, SettingsEngine &Engine, const uint8
     if (!Form.List.empty()) Form.Add(PromptOf(*Q), PickValue(*Q, Data[(Pick++ * 5 + 3) % Size]));
   }
   const std::vector<sim::VariableRecord> Before = Fw.Variables();
-  (void)SetFormSettings(Engine, Form.Link());
+  const BIOS_CONFIG_RUN Run = RunOf(Data);
+  const EFI_STATUS Planned = RunChange(Engine, SetFormSettingsRun(Form.Link(), &Run));
+  if (Run.Flags & BIOS_CONFIG_RUN_PLAN) ExpectPlanHolds(Fw, Before, Form, Planned, [&] {
+    const BIOS_CONFIG_RUN Real{};
+    return RunChange(Engine, SetFormSettingsRun(Form.Link(), &Real));
+  });
   const std::vector<sim::VariableRecord> After = Fw.Variables();
   ExpectSizesKept(Before, After);
   for (size_t V = 0; V < After.size(); ++V) {
@@ -209,6 +252,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
   {
     SettingsEngine *Engine = crt::New<SettingsEngine>();
     if (Engine == nullptr) std::abort();
+    Engine->CombinedWrites = Data[0] & 1;
+    ResetReloadFlags();  // each input as on a freshly loaded driver
     if (Engine->EnsureFormsLoaded() == EFI_SUCCESS) {
       CheckSetSettings(Fw, *Engine, Data, Size);
       CheckSetFormSettings(Fw, *Engine, Data, Size);
