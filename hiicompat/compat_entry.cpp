@@ -4,6 +4,7 @@
 #include "hiicompat/compat_state.h"
 #include "hiicompat/device_io.h"
 #include "hiicompat/framework_export.h"
+#include "hiibuild/served_hii_protocol.h"
 #include "hiicompat/hii_service.h"
 #include "hiicompat/variable_wrap.h"
 #include "runtime/crt.h"

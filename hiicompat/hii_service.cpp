@@ -1,6 +1,6 @@
 #include "hiicompat/hii_service.h"
 
-#include "hiibuild/framework_hii.h"
+#include "hiibuild/served_hii_protocol.h"
 #include "hiicompat/compat_state.h"
 #include "hiicompat/framework_export.h"
 #include "runtime/crt.h"
@@ -8,25 +8,6 @@
 namespace hiicompat {
 
 namespace {
-
-// The record as this image fills it: EFI_HII_PROTOCOL's layout with every
-// entry typed, so it can be constant-initialised.
-struct ServedHiiProtocol;
-using UnservedEntry = EFI_STATUS(EFIAPI *)(ServedHiiProtocol *This);
-using ExportEntry = EFI_STATUS(EFIAPI *)(ServedHiiProtocol *This, UINT16 Handle, UINTN *BufferSize, VOID *Buffer);
-constexpr size_t ENTRIES_AFTER_EXPORT = 13;
-
-struct ServedHiiProtocol {
-  UnservedEntry NewPack;
-  UnservedEntry RemovePack;
-  UnservedEntry FindHandles;
-  ExportEntry ExportDatabase;
-  UnservedEntry Later[ENTRIES_AFTER_EXPORT];
-};
-static_assert(sizeof(ServedHiiProtocol) == sizeof(EFI_HII_PROTOCOL));
-static_assert(offsetof(ServedHiiProtocol, ExportDatabase) == offsetof(EFI_HII_PROTOCOL, ExportDatabase));
-
-EFI_STATUS EFIAPI Unserved(ServedHiiProtocol *) { return EFI_UNSUPPORTED; }
 
 EFI_STATUS EFIAPI ExportDatabase(ServedHiiProtocol *This, UINT16 Handle, UINTN *BufferSize, VOID *Buffer) {
   if (This == nullptr || BufferSize == nullptr) return EFI_INVALID_PARAMETER;
@@ -55,25 +36,10 @@ EFI_STATUS EFIAPI ExportDatabase(ServedHiiProtocol *This, UINT16 Handle, UINTN *
   return EFI_SUCCESS;
 }
 
-constinit ServedHiiProtocol Served = {
-    Unserved, Unserved, Unserved, ExportDatabase,
-    {Unserved, Unserved, Unserved, Unserved, Unserved, Unserved, Unserved, Unserved, Unserved, Unserved, Unserved,
-     Unserved, Unserved}};
+constinit ServedHiiProtocol Served = ServedHiiRecord(ExportDatabase);
 constinit EFI_GUID ClassicGuid = gFrameworkHiiProtocolGuid;
 
-bool Present(EFI_BOOT_SERVICES *Boot, const EFI_GUID &Guid) {
-  EFI_GUID Wanted = Guid;
-  EFI_HANDLE Found[1] = {nullptr};
-  UINTN Size = sizeof Found;
-  // EFI_BUFFER_TOO_SMALL means several handles: present all the same.
-  return Boot->LocateHandle(ByProtocol, &Wanted, nullptr, &Size, Found) != EFI_NOT_FOUND;
-}
-
 }  // namespace
-
-bool FrameworkHiiPresent(EFI_BOOT_SERVICES *Boot) {
-  return Present(Boot, gFrameworkHiiProtocolGuid) || Present(Boot, gFrameworkHiiLaterProtocolGuid);
-}
 
 EFI_STATUS InstallFrameworkHii(EFI_HANDLE ImageHandle) {
   EFI_HANDLE Handle = ImageHandle;

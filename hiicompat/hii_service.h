@@ -12,9 +12,6 @@
 
 namespace hiicompat {
 
-// Whether any handle carries the Framework HII protocol under either GUID.
-bool FrameworkHiiPresent(EFI_BOOT_SERVICES *Boot);
-
 [[nodiscard]] EFI_STATUS InstallFrameworkHii(EFI_HANDLE ImageHandle);
 [[nodiscard]] EFI_STATUS UninstallFrameworkHii(EFI_HANDLE ImageHandle);
 

@@ -1,32 +1,12 @@
 #include "hiiprovider/hii_service.h"
 
-#include "hiibuild/framework_hii.h"
+#include "hiibuild/served_hii_protocol.h"
 #include "hiiprovider/provider_state.h"
 #include "runtime/crt.h"
 
 namespace hiiprovider {
 
 namespace {
-
-// The record as this image fills it: the same layout as EFI_HII_PROTOCOL,
-// with every entry typed so the record can be constant-initialised.
-struct ServedHiiProtocol;
-using UnservedEntry = EFI_STATUS(EFIAPI *)(ServedHiiProtocol *This);
-using ExportEntry = EFI_STATUS(EFIAPI *)(ServedHiiProtocol *This, UINT16 Handle, UINTN *BufferSize,
-                                         VOID *Buffer);
-constexpr size_t ENTRIES_AFTER_EXPORT = 13;
-
-struct ServedHiiProtocol {
-  UnservedEntry NewPack;
-  UnservedEntry RemovePack;
-  UnservedEntry FindHandles;
-  ExportEntry ExportDatabase;
-  UnservedEntry Later[ENTRIES_AFTER_EXPORT];
-};
-static_assert(sizeof(ServedHiiProtocol) == sizeof(EFI_HII_PROTOCOL));
-static_assert(offsetof(ServedHiiProtocol, ExportDatabase) == offsetof(EFI_HII_PROTOCOL, ExportDatabase));
-
-EFI_STATUS EFIAPI Unserved(ServedHiiProtocol *) { return EFI_UNSUPPORTED; }
 
 EFI_STATUS EFIAPI ExportDatabase(ServedHiiProtocol *This, UINT16 Handle, UINTN *BufferSize, VOID *Buffer) {
   if (This == nullptr || BufferSize == nullptr) return EFI_INVALID_PARAMETER;
@@ -42,21 +22,10 @@ EFI_STATUS EFIAPI ExportDatabase(ServedHiiProtocol *This, UINT16 Handle, UINTN *
   return EFI_SUCCESS;
 }
 
-constinit ServedHiiProtocol Served = {
-    Unserved, Unserved, Unserved, ExportDatabase,
-    {Unserved, Unserved, Unserved, Unserved, Unserved, Unserved, Unserved, Unserved, Unserved, Unserved,
-     Unserved, Unserved, Unserved}};
+constinit ServedHiiProtocol Served = ServedHiiRecord(ExportDatabase);
 
 // The later revision's header: a 32-bit table count, then its GUID.
 constexpr UINTN LATER_HEADER_GUID_OFFSET = 4;
-
-bool Present(EFI_BOOT_SERVICES *Boot, const EFI_GUID &Guid) {
-  EFI_GUID Wanted = Guid;
-  EFI_HANDLE Found[1] = {nullptr};
-  UINTN Size = sizeof Found;
-  // EFI_BUFFER_TOO_SMALL means several handles: present all the same.
-  return Boot->LocateHandle(ByProtocol, &Wanted, nullptr, &Size, Found) != EFI_NOT_FOUND;
-}
 
 }  // namespace
 
@@ -65,10 +34,6 @@ const EFI_GUID &HiiProtocolGuidFor(const UINT8 *Export, UINTN Size) {
       crt::memcmp(Export + LATER_HEADER_GUID_OFFSET, &gFrameworkHiiLaterProtocolGuid, sizeof(EFI_GUID)) == 0)
     return gFrameworkHiiLaterProtocolGuid;
   return gFrameworkHiiProtocolGuid;
-}
-
-bool FrameworkHiiPresent(EFI_BOOT_SERVICES *Boot) {
-  return Present(Boot, gFrameworkHiiProtocolGuid) || Present(Boot, gFrameworkHiiLaterProtocolGuid);
 }
 
 EFI_STATUS InstallHii(EFI_HANDLE ImageHandle) {

@@ -18,10 +18,6 @@ namespace hiiprovider {
 // header of that revision; any other export is the classic one.
 const EFI_GUID &HiiProtocolGuidFor(const UINT8 *Export, UINTN Size);
 
-// Whether any handle carries the Framework HII protocol under either GUID
-// (this provider loaded before, or firmware with its own database).
-bool FrameworkHiiPresent(EFI_BOOT_SERVICES *Boot);
-
 // Installs the protocol on ImageHandle under HiiProtocolGuidFor(the export
 // in gProvider). EFI_SUCCESS or InstallProtocolInterface's status.
 [[nodiscard]] EFI_STATUS InstallHii(EFI_HANDLE ImageHandle);

@@ -1,5 +1,6 @@
 #include "hiiprovider/provider_entry.h"
 
+#include "hiibuild/served_hii_protocol.h"
 #include "hiiprovider/console.h"
 #include "hiiprovider/device_io_stand_in.h"
 #include "hiiprovider/hii_service.h"

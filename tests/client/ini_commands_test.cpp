@@ -14,15 +14,6 @@ namespace fs = std::filesystem;
 
 class ToolIni : public ToolMachine {
  protected:
-  std::string Read(const std::string &Name) {
-    std::ifstream In(fs::path(Machine.ToolsFolder()) / Name, std::ios::binary);
-    std::stringstream Text;
-    Text << In.rdbuf();
-    return Text.str();
-  }
-  void Write(const std::string &Name, const std::string &Text) {
-    std::ofstream(fs::path(Machine.ToolsFolder()) / Name, std::ios::binary) << Text;
-  }
   // The saved text with one key's value replaced.
   static std::string Edit(std::string Text, const std::string &Key, const std::string &Value) {
     const size_t Line = Text.find("\n" + Key + "=");

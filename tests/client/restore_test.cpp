@@ -12,15 +12,6 @@ namespace fs = std::filesystem;
 
 class Restore : public ToolMachine {
  protected:
-  std::string Read(const std::string &Name) {
-    std::ifstream In(fs::path(Machine.ToolsFolder()) / Name, std::ios::binary);
-    std::stringstream Text;
-    Text << In.rdbuf();
-    return Text.str();
-  }
-  void Write(const std::string &Name, const std::string &Text) {
-    std::ofstream(fs::path(Machine.ToolsFolder()) / Name, std::ios::binary) << Text;
-  }
   std::vector<std::vector<uint8_t>> Bytes() {
     std::vector<std::vector<uint8_t>> All;
     for (const auto &V : Machine.CurrentVariables()) All.push_back(V.Data);

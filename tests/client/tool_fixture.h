@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -36,6 +37,16 @@ class ToolMachine : public ::testing::Test {
     std::string Output;
     EXPECT_EQ(Machine.RunTool(Arguments, Output), Expected) << Output;
     return Lines(Output);
+  }
+  // A file in the tool's folder, read or written whole.
+  std::string Read(const std::string &Name) {
+    std::ifstream In(std::filesystem::path(Machine.ToolsFolder()) / Name, std::ios::binary);
+    std::stringstream Text;
+    Text << In.rdbuf();
+    return Text.str();
+  }
+  void Write(const std::string &Name, const std::string &Text) {
+    std::ofstream(std::filesystem::path(Machine.ToolsFolder()) / Name, std::ios::binary) << Text;
   }
   bioscfgsim::SimulatedMachine Machine;
 };

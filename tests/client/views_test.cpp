@@ -95,7 +95,7 @@ TEST_F(Views, ShowJsonHasEveryQuestionInTheRegistryShape) {
 // save writes it under.
 TEST_F(Views, AttributeNamesAreTheSectionsAndKeysOfTheIniFile) {
   ASSERT_EQ(Run({"save", "all.ini"})[0], "result: EFI_SUCCESS");
-  std::ifstream In(fs::path(Machine.ToolsFolder()) / "all.ini");
+  std::istringstream In(Read("all.ini"));
   std::set<std::string> Saved;
   std::string Section;
   for (std::string Line; std::getline(In, Line);) {
@@ -131,9 +131,8 @@ TEST_F(Views, CompareNamesWhatDiffers) {
                                       "differences: 2"}));
   // A later section of the same name replaces the earlier whole, as when
   // loading: a.ini with a second MAIN section holding Quiet Boot alone.
-  fs::copy_file(fs::path(Machine.ToolsFolder()) / "a.ini", fs::path(Machine.ToolsFolder()) / "c.ini");
-  std::ofstream(fs::path(Machine.ToolsFolder()) / "c.ini", std::ios::app)
-      << "\n[BIOS::MAIN]\nQuiet Boot=0                                          ;Options: 1=Enabled: 0=Disabled\n";
+  Write("c.ini", Read("a.ini") +
+                     "\n[BIOS::MAIN]\nQuiet Boot=0                                          ;Options: 1=Enabled: 0=Disabled\n");
   const std::vector<std::string> Replaced = Run({"compare", "c.ini", "a.ini"}, 5);
   EXPECT_EQ(Replaced[1], "only-second: [BIOS::MAIN] \"Boot-time Diagnostic Screen\" 0 \"Disabled\"");
   EXPECT_EQ(Replaced.back(), "differences: 5") << "Quiet Boot differs, the other four of MAIN are only in a.ini";
