@@ -5,8 +5,8 @@
 #   fuzz/run_fuzz.sh BUILD_DIR [SECONDS]
 #
 # BUILD_DIR is a tree configured with clang and -DBIOSCFG_FUZZ=ON. SECONDS
-# per target: the argument, else FUZZ_SECONDS, else 30 (with seven targets
-# the stage stays within about four minutes). Each target keeps its seeds,
+# per target: the argument, else FUZZ_SECONDS, else 30 (with eight targets
+# the stage stays within about five minutes). Each target keeps its seeds,
 # growing corpus, crash inputs and log in BUILD_DIR/fuzz/work/TARGET/. Exits
 # non-zero when any target finds a crash, a leak or a timeout.
 set -eu
