@@ -15,29 +15,31 @@ EFI_STATUS RunCapture(ToolContext &C);
 namespace {
 
 constexpr ToolCommand COMMANDS[] = {
-    {"get", "PROMPT...", "read questions by prompt", 1, RunGet},
-    {"get-form", "TITLE PROMPT...", "read questions of one form, in form order", 1, RunGetForm},
+    {"get", "PROMPT...", "read questions by prompt", "\"Quiet Boot\" \"Boot Mode\"", 1, RunGet},
+    {"get-form", "TITLE PROMPT...", "read questions of one form, in form order", "Main \"Quiet Boot\"", 1,
+     RunGetForm},
     {"set", "[--dry-run] [--backup] PROMPT=VALUE...",
      "change questions by prompt (VALUE: decimal, 0x-hex or option text); --dry-run changes nothing, --backup saves "
      "a backup and a snapshot first",
-     1, RunSet},
-    {"set-form", "[--dry-run] [--backup] TITLE PROMPT=VALUE...", "change questions of one form, in form order", 1,
-     RunSetForm},
+     "--dry-run \"Quiet Boot=Disabled\" \"Wake on LAN=0\"", 1, RunSet},
+    {"set-form", "[--dry-run] [--backup] TITLE PROMPT=VALUE...", "change questions of one form, in form order",
+     "\"Console Redirection\" \"Console Redirection=Serial Port A\" \"Baud Rate=115.2k\"", 1, RunSetForm},
     {"show", "[--all] [--json]",
      "the forms as a tree with each question's value and options (--all: hidden ones too, marked); --json: every "
      "question as an attribute registry",
-     0, RunShow},
-    {"list", "", "show every question that save would save, with its value and options", 0, RunList},
-    {"compare", "FILE FILE", "which settings two saved files give differently (result SETTINGS_DIFFER when any)", 2,
-     RunCompare},
+     "--json", 0, RunShow},
+    {"list", "", "show every question that save would save, with its value and options", "", 0, RunList},
+    {"compare", "FILE FILE", "which settings two saved files give differently (result SETTINGS_DIFFER when any)",
+     "monday.ini today.ini", 2, RunCompare},
     {"capture", "DIR", "write this machine's HII export (DIR\\hii.bin) and its setup variables (DIR\\variables.txt)",
-     1, RunCapture},
-    {"save", "FILE", "append the visible settings to FILE in the TORVEL_PATH folder", 1, RunSave},
+     "machine", 1, RunCapture},
+    {"save", "FILE", "append the visible settings to FILE in the TORVEL_PATH folder", "today.ini", 1, RunSave},
     {"load", "[--dry-run] [--no-backup] FILE",
      "restore FILE, saving a backup and a snapshot of the variables first; --dry-run changes nothing and lists "
      "what the load would change",
-     1, RunLoad},
-    {"restore", "SNAPSHOT", "put back exactly the variables of a snapshot that load or --backup wrote", 1, RunRestore},
+     "--dry-run monday.ini", 1, RunLoad},
+    {"restore", "SNAPSHOT", "put back exactly the variables of a snapshot that load or --backup wrote",
+     "monday-backup-1.vars", 1, RunRestore},
 };
 
 }  // namespace
@@ -61,5 +63,8 @@ void PrintUsage(ConsoleWriter &Out) {
   for (const ToolCommand &Command : COMMANDS) {
     Out.Text("  ").Text(Command.Name).Text(" ").Text(Command.Operands).EndLine();
     Out.Text("      ").Text(Command.Summary).EndLine();
+    Out.Text("      e.g. bioscfg-tool ").Text(Command.Name);
+    if (Command.Example[0] != '\0') Out.Text(" ").Text(Command.Example);
+    Out.EndLine();
   }
 }

@@ -17,6 +17,7 @@ struct ToolCommand {
   const char *Name;
   const char *Operands;  // for the usage text
   const char *Summary;
+  const char *Example;  // operands of one typical call
   UINTN MinimumOperands;
   EFI_STATUS (*Run)(ToolContext &Context);
 };

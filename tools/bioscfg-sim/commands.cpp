@@ -140,6 +140,15 @@ void PrintUsage(std::FILE *Out) {
     std::string Head = std::string(C.Name) + (*C.Arguments ? std::string(" ") + C.Arguments : "");
     std::fprintf(Out, "  %-26s %s\n", Head.c_str(), C.Summary);
   }
+  std::fprintf(Out,
+               "\n"
+               "examples:\n"
+               "  bioscfg-sim show --json > sample.json\n"
+               "  bioscfg-sim set --dry-run \"Quiet Boot=Disabled\" \"Wake on LAN=0\"\n"
+               "  bioscfg-sim save monday.ini && bioscfg-sim compare monday.ini today.ini\n"
+               "  bioscfg-sim capture machine && bioscfg-sim --export machine/hii.bin \\\n"
+               "      --variables machine/variables.txt diff monday.ini\n"
+               "  echo 'set \"Quiet Boot=0\"' | bioscfg-sim session -\n");
 }
 
 }  // namespace bioscfgsim
