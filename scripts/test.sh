@@ -14,7 +14,8 @@ fuzz_seconds=${FUZZ_SECONDS:-30}  # per fuzz target
 
 "$root/scripts/install-deps.sh"
 
-step() { printf '\n==== %s ====\n' "$*"; }
+# Each stage heading says when it began, so a slow stage shows in the log.
+step() { printf '\n==== %s (at %ds) ====\n' "$*" "$SECONDS"; }
 logs=$(mktemp -d)
 trap 'rm -rf "$logs"' EXIT
 # run_ctest NAME DIR [CTEST ARGS]: runs ctest in a build folder, keeping its
@@ -57,4 +58,4 @@ for log in "$logs"/*.log; do
   total=$((total + n)); failed=$((failed + f))
 done
 echo
-echo "tests: $((total - failed)) passed, $failed failed"
+echo "tests: $((total - failed)) passed, $failed failed (in ${SECONDS}s)"
