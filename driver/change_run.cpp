@@ -29,8 +29,10 @@ class EngineRouting {
   RunObserver *SavedObserver;
 };
 
-// One real pass.
-[[nodiscard]] EFI_STATUS RealPass(SettingsEngine &Engine, const ChangeRun &Run, StepSink &Sink) {
+// One pass against the engine's variable source: the firmware in a real
+// run, the plan's overlay in a plan, so a plan takes the very path (and
+// meets the very stops) the real run takes in the session's write mode.
+[[nodiscard]] EFI_STATUS RunPass(SettingsEngine &Engine, const ChangeRun &Run, StepSink &Sink) {
   if (Engine.CombinedWrites == 0) {
     EngineRouting Routing(Engine, Engine.Forms.VariableSource, Sink.Direct());
     return Run.Step(Engine, Run.Argument);
@@ -53,7 +55,7 @@ class EngineRouting {
 
 [[nodiscard]] EFI_STATUS RunReal(SettingsEngine &Engine, const ChangeRun &Run) {
   StepSink Sink(Run.Client);
-  EFI_STATUS Status = RealPass(Engine, Run, Sink);
+  EFI_STATUS Status = RunPass(Engine, Run, Sink);
   if (Status != EFI_SUCCESS) return Status;
   if (!Run.Retry || gReloadFlags.ReloadRequired != 1) return EFI_SUCCESS;
 
@@ -66,7 +68,7 @@ class EngineRouting {
   if (Status != EFI_SUCCESS) return Status;
 
   Sink.SetPass(2);
-  Status = RealPass(Engine, Run, Sink);
+  Status = RunPass(Engine, Run, Sink);
   if (Status != EFI_SUCCESS) return Status;
   // At most one retry: a second pass that asks again is not repeated.
   gReloadFlags.ReloadRequired = 0;
@@ -91,8 +93,11 @@ class ReloadFlagsKept {
   StepSink Sink(Run.Client);
   EFI_STATUS Status;
   {
-    EngineRouting Routing(Engine, Overlay.Services(), Sink.Direct());
-    Status = Run.Step(Engine, Run.Argument);
+    // With combined writes, each planned pass keeps an overlay of its own
+    // over this one, exactly as a real pass keeps one over the firmware: a
+    // firmware failure then abandons the pass's changes in the plan too.
+    EngineRouting Routing(Engine, Overlay.Services(), Engine.Observer);
+    Status = RunPass(Engine, Run, Sink);
   }
   if (Status != EFI_SUCCESS) return Status;
   if (!Run.Retry || gReloadFlags.ReloadRequired != 1) return EFI_SUCCESS;
@@ -104,12 +109,12 @@ class ReloadFlagsKept {
   if (!Owner) return BCFG_E_OUT_OF_MEMORY;
   SettingsEngine &Reloaded = *Owner.Get();
   Reloaded.AllQuestionsMode = Engine.AllQuestionsMode;
+  Reloaded.CombinedWrites = Engine.CombinedWrites;
   Reloaded.Forms.VariableSource = Overlay.Services();
   Status = Reloaded.EnsureFormsLoaded();
   if (Status != EFI_SUCCESS) return Status;
   Sink.SetPass(2);
-  Reloaded.Observer = Sink.Direct();
-  return Run.Step(Reloaded, Run.Argument);
+  return RunPass(Reloaded, Run, Sink);
 }
 
 }  // namespace

@@ -21,10 +21,11 @@ struct ChangeRun {
 //   for combined writes, collects its writes and writes each changed
 //   variable once at its end (also when the pass stops early); a pass that
 //   reshapes the forms is followed by a reload and a second pass;
-// - a plan (BIOS_CONFIG_RUN_PLAN): the same passes against an overlay of the
-//   variables that is never written; the second pass runs on forms built
-//   from the overlay in an engine of its own, so the session's forms and the
-//   driver-wide reload flags are as they were afterwards.
+// - a plan (BIOS_CONFIG_RUN_PLAN): the same passes, in the session's write
+//   mode, against an overlay of the variables that is never written; the
+//   second pass runs on forms built from the overlay in an engine of its
+//   own, so the session's forms and the driver-wide reload flags are as
+//   they were afterwards.
 // Returns the run's status (a plan: the status the real run would return),
 // BCFG_E_VARIABLE_ACCESS when the forms can't be loaded, or
 // BCFG_E_OUT_OF_MEMORY when a plan's engine can't be had.

@@ -170,4 +170,46 @@ TEST_F(PlannedSettings, CombinedPassesWriteWhatDiffersEvenWhenTheyStop) {
   EXPECT_EQ(SetVariableCalls(), Writes + 1);
 }
 
+// A variable that shrank after the forms were read: the second question's
+// bytes now lie beyond it, so its write fails. One write per question keeps
+// the change made before it; a combined pass abandons every change it held.
+// A plan must tell each mode's outcome, not one for both.
+class ShrunkVariable : public PlannedSettings {
+ protected:
+  void SetUp() override {
+    PlannedSettings::SetUp();
+    UsePlatform(TestExport([](hiibuild::IfrBuilder &Ifr) {
+                  Ifr.Form(1, u"Short").CheckBox(0, 1, u"Near").CheckBox(4, 1, u"Far").EndForm();
+                }),
+                {{u"Setup", hiibuild::VariableImage(8)}}, kTestFormSetGuid);
+  }
+  void Shrink() {
+    Fw().PutVariable(u"Setup", kTestFormSetGuid, 0x7, hiibuild::VariableImage(8).Data());
+    RequestList Load({u"Near"});
+    ASSERT_EQ(Get(Load), EFI_SUCCESS);  // the forms, read while it is whole
+    Fw().PutVariable(u"Setup", kTestFormSetGuid, 0x7, hiibuild::VariableImage(2).Data());
+  }
+};
+
+TEST_F(ShrunkVariable, APlanEndsAsTheRealRunInEitherWriteMode) {
+  for (const bool Combined : {false, true}) {
+    SCOPED_TRACE(Combined ? "combined writes" : "one write per question");
+    ASSERT_EQ(Extensions()->SetWriteMode(Extensions(), Combined ? BIOS_CONFIG_WRITES_COMBINED
+                                                                : BIOS_CONFIG_WRITES_PER_QUESTION),
+              EFI_SUCCESS);
+    Shrink();
+    const auto Start = Variables();
+    ValueList Planned({{u"Near", 1}, {u"Far", 1}});
+    StepRecorder Steps;
+    EXPECT_EQ(RunSet(Planned, Steps, true), BCFG_E_VARIABLE_ACCESS);
+    EXPECT_TRUE(SameBytes(Variables(), Start));
+    EXPECT_EQ(Planned.Statuses(), Combined ? (std::vector<int>{0, 0}) : (std::vector<int>{1, 0}));
+
+    ValueList Real({{u"Near", 1}, {u"Far", 1}});
+    EXPECT_EQ(RunSet(Real, Steps, false), BCFG_E_VARIABLE_ACCESS);
+    EXPECT_EQ(Real.Statuses(), Planned.Statuses());
+    EXPECT_EQ(Stored(u"Setup", kTestFormSetGuid, 0, 1), Combined ? 0u : 1u);
+  }
+}
+
 }  // namespace
