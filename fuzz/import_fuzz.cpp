@@ -3,12 +3,16 @@
 //
 // The input is the file. It is written into the TORVEL_PATH folder and
 // imported through the parser image iniparse.efi, loaded through
-// LoadImage once and kept resident as on firmware. Afterwards every
+// LoadImage once and kept resident as on firmware, first as a plan, then
+// for real, one write per question or combined (by the input's length).
+// The plan must write nothing and tell the real run's status and steps, the
+// reload-and-retry's second pass included. Afterwards every
 // variable must have kept its size and attributes, and every byte that
 // changed must belong to a visible question whose bytes now hold one of its
 // allowed values: the import writes only what it range-checked. The
 // variables go back to their defaults after every input, and the driver's
 // heap must hold what it held before.
+#include "driver/change_runs.h"
 #include "driver/image_state.h"
 #include "forms/option_cursor.h"
 #include "fuzz/fuzz_platform.h"
@@ -33,6 +37,22 @@ struct Importer {
   sim::Firmware &Fw;
   std::string Tools;  // the TORVEL_PATH folder on the host
   SettingsEngine *Engine;
+};
+
+std::string Text(const CHAR8 *Bytes) { return Bytes != nullptr ? reinterpret_cast<const char *>(Bytes) : ""; }
+
+// The steps a run reports, as text to compare.
+struct StepLog {
+  std::vector<std::string> Lines;
+  static void BIOSCFG_EFIAPI Keep(VOID *Self, CONST BIOS_CONFIG_STEP *Step) {
+    std::string Line = std::to_string(Step->Kind) + " " + std::to_string(Step->Flags) + " " +
+                       std::to_string(Step->Pass) + " " + std::to_string(Step->OldValue) + "->" +
+                       std::to_string(Step->NewValue) + "=" + std::to_string(Step->StoredValue) + " " +
+                       std::to_string(Step->FormId) + " " + Text(Step->Section) + " " + Text(Step->Key);
+    for (const char16_t Unit : fuzz::WideText(Step->Prompt)) Line += static_cast<char>(Unit);
+    static_cast<StepLog *>(Self)->Lines.push_back(Line);
+  }
+  BIOS_CONFIG_RUN Run(bool Plan) { return BIOS_CONFIG_RUN{Plan ? BIOS_CONFIG_RUN_PLAN : 0u, 0, Keep, this}; }
 };
 
 void PutSampleVariables(sim::Firmware &Fw) {
@@ -100,7 +120,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
   const std::vector<sim::VariableRecord> Before = I.Fw.Variables();
   const size_t Blocks = crt::LiveBlockCount();
 
-  (void)ReadBiosSection(*I.Engine, "fuzz.ini");
+  ResetReloadFlags();  // each input as on a freshly loaded driver
+  I.Engine->CombinedWrites = Size & 1;
+  StepLog Planned;
+  const BIOS_CONFIG_RUN PlanRun = Planned.Run(true);
+  const EFI_STATUS PlannedStatus = RunChange(*I.Engine, LoadSettingsFromIniRun("fuzz.ini", &PlanRun));
+  const std::vector<sim::VariableRecord> AfterPlan = I.Fw.Variables();
+  for (size_t V = 0; V < AfterPlan.size(); ++V) {
+    if (AfterPlan.size() != Before.size() || AfterPlan[V].Data != Before[V].Data) std::abort();  // a plan wrote
+  }
+  StepLog Real;
+  const BIOS_CONFIG_RUN RealRun = Real.Run(false);
+  if (RunChange(*I.Engine, LoadSettingsFromIniRun("fuzz.ini", &RealRun)) != PlannedStatus) std::abort();
+  if (Real.Lines != Planned.Lines) std::abort();  // the plan told other steps
 
   const std::vector<sim::VariableRecord> After = I.Fw.Variables();
   if (After.size() != Before.size()) std::abort();
@@ -112,8 +144,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *Data, size_t Size) {
       if (Q == nullptr || !QuestionAcceptsValue(*Q, Held(After[V], *Q))) std::abort();
     }
   }
-  if (crt::LiveBlockCount() != Blocks) std::abort();
-  gReloadFlags.ReloadRequired = 0;
+  // The forms go back to the defaults with the variables: each input
+  // starts from the same machine.
   PutSampleVariables(I.Fw);
+  if (I.Engine->ResetForms() != EFI_SUCCESS || I.Engine->EnsureFormsLoaded() != EFI_SUCCESS) std::abort();
+  if (crt::LiveBlockCount() != Blocks) std::abort();
   return 0;
 }
