@@ -63,7 +63,6 @@ class Translator {
   void Condition(IfrWalk &Walk, const IfrOp &Op);
   void Question(const IfrOp &Op);
   void Option(const IfrOp &Op);
-  void Reference(const IfrOp &Op);
   bool ReadHeader(const IfrOp &Op, QuestionHeader &Out) const;
   bool Decide(ScopeKind Kind, UINT32 Below, Decision &Out);
   void Open(ScopeKind Kind, const Decision &D, bool &Opened);
@@ -90,7 +89,6 @@ class Translator {
   Scope Scopes[MAX_SCOPES];
   UINT32 Depth = 0;
   bool TooDeep = false;
-  EFI_GUID FormSetGuid{};
 };
 
 bool Translator::Disabled() const {
@@ -383,35 +381,11 @@ void Translator::Option(const IfrOp &Op) {
   Table.Check(Table.Ifr().Option(Text, static_cast<UINT16>(Value), 0, 0));
 }
 
-// A goto to a form of this form set becomes the Framework's REF, by which
-// the driver nests its forms. A goto that leaves the form set (another form
-// set's GUID, a device path), names no form (REF5: the question's own
-// value decides), or sits under a disable-if that holds has no Framework
-// counterpart and is passed over; conditions around a goto do not change
-// which form holds it, so they are not carried.
-void Translator::Reference(const IfrOp &Op) {
-  constexpr UINT64 FORM_ID_AT = QUESTION_END;                        // EFI_IFR_REF
-  constexpr UINT64 FORM_SET_AT = FORM_ID_AT + 2 * sizeof(UINT16);    // EFI_IFR_REF3, after REF2's question id
-  constexpr UINT64 DEVICE_PATH_AT = FORM_SET_AT + sizeof(EFI_GUID);  // EFI_IFR_REF4
-  if (Disabled() || Op.Length < FORM_ID_AT + sizeof(UINT16)) return;
-  const UINT16 FormId = Ifr.U16(Op.Offset + FORM_ID_AT);
-  if (FormId == 0) return;
-  if (Op.Length >= DEVICE_PATH_AT) {
-    EFI_GUID Target;
-    Ifr.Guid(Op.Offset + FORM_SET_AT, Target);
-    if (!SameGuid(Target, EFI_GUID{}) && !SameGuid(Target, FormSetGuid)) return;
-  }
-  if (Op.Length >= DEVICE_PATH_AT + sizeof(UINT16) && Ifr.U16(Op.Offset + DEVICE_PATH_AT) != 0) return;
-  QuestionHeader Q{};
-  if (!ReadHeader(Op, Q)) return;
-  Table.Check(Table.Ifr().Ref(FormId, Table.Token(Q.Prompt), Table.Token(Q.Help), 0, 0));
-}
-
 void Translator::Run() {
   IfrWalk Walk(Ifr.Part(0, Source.End), Source.Start);
   IfrOp Op{};
   if (!Walk.Next(Op) || Op.Code != EFI_IFR_FORM_SET_OP || !Op.Scope || Op.Length < sizeof(EFI_IFR_FORM_SET)) return;
-  EFI_GUID &Guid = FormSetGuid;
+  EFI_GUID Guid;
   Ifr.Guid(Op.Offset + offsetof(EFI_IFR_FORM_SET, Guid), Guid);
   const UINT16 Title = Table.Token(Ifr.U16(Op.Offset + offsetof(EFI_IFR_FORM_SET, FormSetTitle)));
   const UINT16 Help = Table.Token(Ifr.U16(Op.Offset + offsetof(EFI_IFR_FORM_SET, Help)));
@@ -445,7 +419,6 @@ void Translator::Run() {
       case EFI_IFR_ORDERED_LIST_OP:
       case EFI_IFR_ACTION_OP: Question(Op); continue;
       case EFI_IFR_ONE_OF_OPTION_OP: Option(Op); break;
-      case EFI_IFR_REF_OP: Reference(Op); break;
       case EFI_IFR_GUID_OP:
         if (Op.Scope && Op.Length >= sizeof(EFI_IFR_GUID)) {
           EFI_GUID Vendor;

@@ -3,11 +3,7 @@
 // questions on EFI variable and buffer stores, the kinds left out and
 // counted, the questions carried over grayed out, strings in every block
 // kind, and the language chosen.
-#include <cstring>
-
-#include "driver/image_state.h"
 #include "forms/setup_question.h"
-#include "settings/settings_engine.h"
 #include "tests/hiicompat/modern_platform.h"
 
 namespace compat_test {
@@ -158,61 +154,6 @@ TEST_F(TranslationTest, SuppressedOptionsAreLeftOutByTheirCurrentValue) {
                                                                                       0, 0, 0, 0, 0, 0, 0}});
   ReloadForms();
   EXPECT_EQ(OptionTextsOf(Record(u"Speed")), (std::vector<std::u16string>{u"Fast", u"Slow"})) << "a new export";
-}
-
-// Gotos within the form set nest its forms in the driver; gotos that leave
-// it, name no form or are disabled give no nesting.
-TEST_F(TranslationTest, GotosWithinTheFormSetNestItsForms) {
-  auto GuidBytes = [](const EFI_GUID &G) {
-    std::vector<uint8_t> Out(sizeof(EFI_GUID));
-    std::memcpy(Out.data(), &G, sizeof(EFI_GUID));
-    return Out;
-  };
-  auto Beyond = [&](const EFI_GUID &FormSet, uint16_t DevicePath) {
-    std::vector<uint8_t> Out = {0, 0};  // REF2's question id: none
-    for (uint8_t Byte : GuidBytes(FormSet)) Out.push_back(Byte);
-    Out.push_back(static_cast<uint8_t>(DevicePath));
-    Out.push_back(static_cast<uint8_t>(DevicePath >> 8));
-    return Out;
-  };
-  FormSetWriter W;
-  W.Ifr.FormSet(kFormSetGuid, W.S(u"Set"), 0);
-  Stores(W);
-  W.Ifr.Form(1, W.S(u"Main"));
-  W.Ifr.Ref(Q(W.S(u"To Sub"), 30, 0, 0), 2);
-  W.Ifr.Ref(Q(W.S(u"Elsewhere"), 31, 0, 0), 4, Beyond(kStoreGuid, 0));
-  W.Ifr.Ref(Q(W.S(u"Through a path"), 32, 0, 0), 5, Beyond(kFormSetGuid, W.S(u"path")));
-  W.Ifr.CheckBox(Q(W.S(u"Plain"), 1, 1, 0));
-  W.Ifr.End();
-  W.Ifr.Form(2, W.S(u"Sub"));
-  W.Ifr.Ref(Q(W.S(u"To Deep"), 33, 0, 0), 3, {34, 0});  // REF2: to question 34 there
-  W.Ifr.Ref(Q(W.S(u"To Other"), 35, 0, 0), 4, Beyond(kFormSetGuid, 0));
-  W.Ifr.End();
-  W.Ifr.Form(3, W.S(u"Deep"));
-  W.Ifr.DisableIf();
-  W.Ifr.Bare(EFI_IFR_TRUE_OP);
-  W.Ifr.Ref(Q(W.S(u"Disabled"), 36, 0, 0), 5);
-  W.Ifr.End();
-  W.Ifr.End();
-  W.Ifr.Form(4, W.S(u"Other"));
-  W.Ifr.End();
-  W.Ifr.Form(5, W.S(u"Lone"));
-  W.Ifr.End();
-  W.Ifr.End();
-  Register(W);
-  ASSERT_EQ(Load(), EFI_SUCCESS);
-  StartDriver();
-  ASSERT_NE(Record(u"Plain"), nullptr);
-  const SetupFormDatabase &Forms = gImage.Engine->Forms;
-  EXPECT_EQ(Forms.ParentFormOf(1), 0);
-  EXPECT_EQ(Forms.ParentFormOf(2), 1);
-  EXPECT_EQ(Forms.ParentFormOf(3), 2) << "REF2 names a form too";
-  EXPECT_EQ(Forms.ParentFormOf(4), 2) << "only the goto that stays in the form set counts";
-  EXPECT_EQ(Forms.ParentFormOf(5), 0) << "a device path or a disable-if leaves no goto";
-  std::vector<std::u16string> Listed;
-  for (const SetupQuestion *R : Records()) Listed.push_back(PromptOf(R));
-  EXPECT_EQ(Listed, (std::vector<std::u16string>{u"Main", u"Plain", u"Sub", u"Deep", u"Other", u"Lone"}))
-      << "gotos are no questions";
 }
 
 TEST_F(TranslationTest, StringsInEveryBlockKindAndTheLanguageChosen) {

@@ -210,10 +210,9 @@ void IfrWriter::Action(const Question &Q, EFI_STRING_ID Config) {
   QuestionOp(EFI_IFR_ACTION_OP, Q, Rest, false);
 }
 
-void IfrWriter::Ref(const Question &Q, EFI_FORM_ID FormId, const Bytes &Beyond) {
+void IfrWriter::Ref(const Question &Q, EFI_FORM_ID FormId) {
   Bytes Rest;
   Put16(Rest, FormId);
-  Rest.insert(Rest.end(), Beyond.begin(), Beyond.end());
   QuestionOp(EFI_IFR_REF_OP, Q, Rest, false);
 }
 

@@ -63,9 +63,7 @@ class IfrWriter {
   void Date(const Question &Q);
   void Time(const Question &Q);
   void Action(const Question &Q, EFI_STRING_ID Config);
-  // A goto (EFI_IFR_REF); Beyond holds what REF2..REF4 add after the form
-  // id (question id, form set GUID, device path string), as bytes.
-  void Ref(const Question &Q, EFI_FORM_ID FormId, const Bytes &Beyond = {});
+  void Ref(const Question &Q, EFI_FORM_ID FormId);
   void Subtitle(EFI_STRING_ID Prompt);
   void Text(EFI_STRING_ID Prompt, EFI_STRING_ID Help, EFI_STRING_ID Second = 0);
   // A vendor opcode: GUID, then Data.
