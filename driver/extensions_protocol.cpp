@@ -112,12 +112,10 @@ class SeenVariables {
 // (NULL Visit); BCFG_E_VARIABLE_ACCESS (the forms); BCFG_E_OUT_OF_MEMORY.
 EFI_STATUS EFIAPI EnumerateVariables(BIOS_CONFIG_EXTENSIONS_PROTOCOL *, BIOS_CONFIG_VARIABLE_CALLBACK Visit,
                                      VOID *Context) {
-  EFI_STATUS Status = RequireSession();
+  SettingsEngine *Session = nullptr;
+  const EFI_STATUS Status = SessionFormsForVisitor(Visit != nullptr, &Session);
   if (Status != EFI_SUCCESS) return Status;
-  if (Visit == nullptr) return BCFG_E_INVALID_PARAMETER;
-  SettingsEngine &Engine = *SessionEngine();
-  Status = Engine.EnsureFormsLoaded();
-  if (Status != EFI_SUCCESS) return Status;
+  SettingsEngine &Engine = *Session;
 
   // Most questions name the variable of the question before them; the list
   // of those seen is searched only when it changes, and forms name few.

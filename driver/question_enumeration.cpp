@@ -117,12 +117,10 @@ struct RecordTexts {
 
 EFI_STATUS EFIAPI EnumerateQuestions(BIOS_CONFIG_EXTENSIONS_PROTOCOL *, UINT32 First,
                                      BIOS_CONFIG_QUESTION_CALLBACK Visit, VOID *Context) {
-  EFI_STATUS Status = RequireSession();
+  SettingsEngine *Session = nullptr;
+  const EFI_STATUS Status = SessionFormsForVisitor(Visit != nullptr, &Session);
   if (Status != EFI_SUCCESS) return Status;
-  if (Visit == nullptr) return BCFG_E_INVALID_PARAMETER;
-  SettingsEngine &Engine = *SessionEngine();
-  Status = Engine.EnsureFormsLoaded();
-  if (Status != EFI_SUCCESS) return Status;
+  SettingsEngine &Engine = *Session;
 
   RecordTexts Texts;
   UINT16 FormId = 0;

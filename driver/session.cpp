@@ -15,6 +15,16 @@ EFI_STATUS RequireSession() {
 
 SettingsEngine *SessionEngine() { return gImage.SessionOpen ? gImage.Engine : nullptr; }
 
+EFI_STATUS SessionFormsForVisitor(bool HasVisitor, SettingsEngine **Out) {
+  EFI_STATUS Status = RequireSession();
+  if (Status != EFI_SUCCESS) return Status;
+  if (!HasVisitor) return BCFG_E_INVALID_PARAMETER;
+  Status = gImage.Engine->EnsureFormsLoaded();
+  if (Status != EFI_SUCCESS) return Status;
+  *Out = gImage.Engine;
+  return EFI_SUCCESS;
+}
+
 EFI_STATUS OpenNewSession() {
   if (gImage.SessionOpen) CloseCurrentSession();
 

@@ -15,6 +15,11 @@ class SettingsEngine;
 // The open session's engine (NULL when no session is open).
 SettingsEngine *SessionEngine();
 
+// The prologue of the second protocol's enumerations: RequireSession, then
+// BCFG_E_INVALID_PARAMETER without a visitor, then the forms loaded
+// (EnsureFormsLoaded's status). On EFI_SUCCESS *Out is the session's engine.
+[[nodiscard]] EFI_STATUS SessionFormsForVisitor(bool HasVisitor, SettingsEngine **Out);
+
 // Opens a fresh session, closing an open one first. EFI_SUCCESS, or
 // BCFG_E_GENERAL_FAILURE with the session left closed.
 [[nodiscard]] EFI_STATUS OpenNewSession();

@@ -41,6 +41,13 @@ constexpr UINTN MAX_FILE_INFO_BYTES = 0x10000;
   return EFI_BUFFER_TOO_SMALL;
 }
 
+// Resolves a file name to its volume and path and opens that volume's root.
+[[nodiscard]] EFI_STATUS OpenRootOf(const char *Name, ResolvedFileName &Resolved, FileHandle &Root) {
+  const EFI_STATUS Status = ResolveFileName(Name, Resolved);
+  if (EFI_ERROR(Status)) return Status;
+  return OpenVolumeRoot(Resolved.Volume, Root.Out());
+}
+
 // A warning from Open may come without a handle: only a handle counts.
 [[nodiscard]] EFI_STATUS OpenOnRoot(EFI_FILE_PROTOCOL *Root, CHAR16 *Path, OpenMode Mode, FileHandle &File) {
   UINT64 Flags = Mode == OpenMode::Read
@@ -83,11 +90,8 @@ bool ParseOpenMode(const char *Mode, OpenMode &Out) {
 EFI_STATUS OpenFile(const char *Name, OpenMode Mode, EFI_FILE_PROTOCOL **Opened) {
   *Opened = nullptr;
   ResolvedFileName Resolved;
-  EFI_STATUS Status = ResolveFileName(Name, Resolved);
-  if (EFI_ERROR(Status)) return Status;
-
   FileHandle Root;
-  Status = OpenVolumeRoot(Resolved.Volume, Root.Out());
+  EFI_STATUS Status = OpenRootOf(Name, Resolved, Root);
   if (EFI_ERROR(Status)) return Status;
   FileHandle File;
   Status = OpenOnRoot(Root.Get(), Resolved.Path.Get(), Mode, File);
@@ -108,10 +112,8 @@ EFI_STATUS OpenFile(const char *Name, OpenMode Mode, EFI_FILE_PROTOCOL **Opened)
 
 EFI_STATUS MakeFolder(const char *Name) {
   ResolvedFileName Resolved;
-  EFI_STATUS Status = ResolveFileName(Name, Resolved);
-  if (EFI_ERROR(Status)) return Status;
   FileHandle Root;
-  Status = OpenVolumeRoot(Resolved.Volume, Root.Out());
+  EFI_STATUS Status = OpenRootOf(Name, Resolved, Root);
   if (EFI_ERROR(Status)) return Status;
   FileHandle Folder;
   Status = Root.Get()->Open(Root.Get(), Folder.Out(), Resolved.Path.Get(),
